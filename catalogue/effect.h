@@ -1,0 +1,96 @@
+#pragma once
+
+/// \file
+/// The catalogue: one entry per effect, from which the command line, the bindings, the documents, the fuzzers and
+/// the benchmarks are fed.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace velmont::catalogue {
+
+enum class FieldType { Int32, UInt32, Float, Double };
+
+/// A named value of a field that is an enumeration.
+struct Choice {
+    std::string_view name; ///< kebab-case
+    int value;
+};
+
+/// One field of an effect's parameter record.
+struct Field {
+    std::string_view name; ///< as in the record
+    FieldType type;
+    std::size_t bytes; ///< size of the field in the record
+    std::string_view unit; ///< empty for a plain number
+    double minimum, maximum; ///< recommended and accepted range, ends included
+    double defaultValue;
+    std::string_view help; ///< one line
+    std::span<const Choice> choices; ///< not empty for an enumeration
+    void (*store)(void *record, double value);
+    double (*load)(const void *record);
+};
+
+/// The families of the catalogue, in the order in which they are listed.
+enum class Family { Tone, Filters, Geometry, Masks, Artistic };
+std::string_view familyName(Family family);
+
+/// The depths that an effect accepts, or'ed.
+enum Depth : unsigned {
+    Depth1 = 1,
+    Depth4 = 2,
+    Depth8Gray = 4,
+    Depth8Paletted = 8,
+    Depth24 = 16,
+    Depth8 = Depth8Gray | Depth8Paletted,
+    DepthAll = Depth1 | Depth4 | Depth8 | Depth24,
+};
+
+/// The depth of an image as one of the values above; 0 for any other kind of block.
+unsigned depthOf(void *dib);
+/// "1-bit", "4-bit", "8-bit gray", "8-bit paletted", "24-bit".
+std::string_view depthName(Depth depth);
+/// "8-bit gray and 24-bit": the names of several.
+std::string depthNames(unsigned depths);
+
+inline constexpr std::size_t kLargestRecord = 1024;
+
+/// A parameter record of any effect, zero-filled.
+struct alignas(std::max_align_t) Record {
+    std::array<std::byte, kLargestRecord> bytes{};
+};
+
+/// One effect.
+struct Effect {
+    std::string_view name;              ///< kebab-case, for the shell
+    std::string_view exportName;        ///< as in the headers
+    std::optional<unsigned> code;       ///< of the dispatcher
+    Family family;
+    std::string_view help;              ///< one line
+    std::string_view recordName;        ///< "tag..." or "int"; empty without parameters
+    std::size_t recordBytes;            ///< 0 without parameters
+    std::span<const Field> fields;
+    unsigned depths;                    ///< Depth values, or'ed
+    bool random;                        ///< draws random numbers
+    /// Calls the export by name.
+    void *(*call)(void *dib, void *record);
+};
+
+/// All effects, by family and then by name.
+std::span<const Effect> effects();
+/// The effect with this kebab-case name, or null.
+const Effect *findEffect(std::string_view name);
+/// The field of an effect with this name, or null.
+const Field *findField(const Effect &effect, std::string_view name);
+/// Every field at its default.
+Record defaultRecord(const Effect &effect);
+/// Runs an effect: through the dispatcher where it has a code, else by name.
+/// \return a new handle, the caller's, or null.
+void *apply(const Effect &effect, void *dib, Record &record);
+
+} // namespace velmont::catalogue

@@ -1,0 +1,15 @@
+# What every target of the project is compiled with. Results are bit-exact on every machine: no contraction of
+# floating point, and SSE2 arithmetic where the default would be the x87 unit.
+add_library(velmont_compile_options INTERFACE)
+target_compile_options(velmont_compile_options INTERFACE -Wall -Wextra -ffp-contract=off)
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "i[3-6]86")
+    target_compile_options(velmont_compile_options INTERFACE -msse2 -mfpmath=sse)
+endif()
+if(VELMONT_WERROR)
+    target_compile_options(velmont_compile_options INTERFACE -Werror)
+endif()
+if(VELMONT_SANITIZE)
+    target_compile_options(velmont_compile_options INTERFACE
+        -fsanitize=${VELMONT_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    target_link_options(velmont_compile_options INTERFACE -fsanitize=${VELMONT_SANITIZE})
+endif()

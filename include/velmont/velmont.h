@@ -1,0 +1,14 @@
+#pragma once
+
+/// \file
+/// The whole boundary of the library.
+
+#include <velmont/color.h>
+#include <velmont/dib.h>
+#include <velmont/effects.h>
+#include <velmont/environment.h>
+#include <velmont/geometry.h>
+#include <velmont/memory.h>
+#include <velmont/platform.h>
+#include <velmont/tone.h>
+#include <velmont/version.h>
