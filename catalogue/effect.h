@@ -1,8 +1,8 @@
 #pragma once
 
 /// \file
-/// The catalogue: one entry per effect, from which the command line, the bindings, the documents, the fuzzers and
-/// the benchmarks are fed.
+/// The catalogue: one entry per effect, from which the command line, the bindings, the documents, the fuzzers
+/// and the benchmarks are fed.
 
 #include <array>
 #include <cstddef>
@@ -26,11 +26,11 @@ struct Choice {
 struct Field {
     std::string_view name; ///< as in the record
     FieldType type;
-    std::size_t bytes; ///< size of the field in the record
-    std::string_view unit; ///< empty for a plain number
+    std::size_t bytes;       ///< size of the field in the record
+    std::string_view unit;   ///< empty for a plain number
     double minimum, maximum; ///< recommended and accepted range, ends included
     double defaultValue;
-    std::string_view help; ///< one line
+    std::string_view help;           ///< one line
     std::span<const Choice> choices; ///< not empty for an enumeration
     void (*store)(void *record, double value);
     double (*load)(const void *record);
@@ -67,16 +67,16 @@ struct alignas(std::max_align_t) Record {
 
 /// One effect.
 struct Effect {
-    std::string_view name;              ///< kebab-case, for the shell
-    std::string_view exportName;        ///< as in the headers
-    std::optional<unsigned> code;       ///< of the dispatcher
+    std::string_view name;        ///< kebab-case, for the shell
+    std::string_view exportName;  ///< as in the headers
+    std::optional<unsigned> code; ///< of the dispatcher
     Family family;
-    std::string_view help;              ///< one line
-    std::string_view recordName;        ///< "tag..." or "int"; empty without parameters
-    std::size_t recordBytes;            ///< 0 without parameters
+    std::string_view help;       ///< one line
+    std::string_view recordName; ///< "tag..." or "int"; empty without parameters
+    std::size_t recordBytes;     ///< 0 without parameters
     std::span<const Field> fields;
-    unsigned depths;                    ///< Depth values, or'ed
-    bool random;                        ///< draws random numbers
+    unsigned depths; ///< Depth values, or'ed
+    bool random;     ///< draws random numbers
     /// Calls the export by name.
     void *(*call)(void *dib, void *record);
 };

@@ -3,9 +3,9 @@
 /// \file
 /// One colour between red, green, blue and hue, saturation, value, in integers.
 ///
-/// Red, green, blue, saturation and value run from 0 to 255; hue from 0 to 359, and 360 is taken as 0 on input.
-/// Nothing is clamped. All pointers must be valid; a null one makes the call do nothing. The conversions round, so
-/// that a round trip can differ by several levels in a channel.
+/// Red, green, blue, saturation and value run from 0 to 255; hue from 0 to 359, and 360 is taken as 0 on
+/// input. Nothing is clamped. All pointers must be valid; a null one makes the call do nothing. The
+/// conversions round, so that a round trip can differ by several levels in a channel.
 
 #include <velmont/export.h>
 

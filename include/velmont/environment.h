@@ -3,9 +3,9 @@
 /// \file
 /// The processing environment: how a host follows an effect and stops it.
 ///
-/// While an effect runs it calls the two callbacks on the caller's thread. Four variables are the whole state of
-/// the environment; they live for the process, no effect changes them, and nothing resets them. The library is
-/// built for one effect at a time.
+/// While an effect runs it calls the two callbacks on the caller's thread. Four variables are the whole state
+/// of the environment; they live for the process, no effect changes them, and nothing resets them. The
+/// library is built for one effect at a time.
 
 #include <velmont/export.h>
 
@@ -19,8 +19,8 @@ VELMONT_API void SetProcessEnvironment(int (*abortFn)(void), void (*progressFn)(
 VELMONT_API void ShowImageProcessing(int percent);
 
 /// Asks whether to abort.
-/// \return 0 when aborting is disabled (nothing is asked); else what the abort callback returns, unchanged; with
-/// no callback 1 when the Escape key's state has any bit set, else 0.
+/// \return 0 when aborting is disabled (nothing is asked); else what the abort callback returns, unchanged;
+/// with no callback 1 when the Escape key's state has any bit set, else 0.
 VELMONT_API int AbortImageProcessing(void);
 
 /// Switches aborting on (any value but 0, the start) or off.

@@ -4,9 +4,9 @@
 /// The memory-handle service. Every image that crosses the boundary is a block of this service, named by a
 /// handle; the library and its host share blocks through it.
 ///
-/// A handle is not a pointer to its block: lock the block to get one. A handle that is null, was freed, or never
-/// came from this service is answered as each function says and never followed. Handles may be used from several
-/// threads at once; one handle belongs to one thread at a time.
+/// A handle is not a pointer to its block: lock the block to get one. A handle that is null, was freed, or
+/// never came from this service is answered as each function says and never followed. Handles may be used
+/// from several threads at once; one handle belongs to one thread at a time.
 
 #include <velmont/export.h>
 
@@ -26,8 +26,8 @@ extern "C" {
 VELMONT_API void *KelMemAlloc(unsigned int flags, unsigned long bytes);
 
 /// Locks the block in place. Locks nest; each needs its own KelMemUnlock.
-/// \return the block's first byte, at least 16-byte aligned and valid until the matching unlock, or null for a
-/// bad handle.
+/// \return the block's first byte, at least 16-byte aligned and valid until the matching unlock, or null for
+/// a bad handle.
 VELMONT_API void *KelMemLock(void *handle);
 
 /// Undoes one lock.

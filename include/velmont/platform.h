@@ -16,8 +16,9 @@ enum {
 
 /// The operations. A null member keeps the library's own.
 typedef struct VelmontPlatformServices {
-    unsigned int structBytes; ///< sizeof(VelmontPlatformServices), so that hosts of earlier versions stay welcome
-    void *context;            ///< handed to each call as it stands
+    unsigned int
+        structBytes; ///< sizeof(VelmontPlatformServices), so that hosts of earlier versions stay welcome
+    void *context;   ///< handed to each call as it stands
     /// Shows a cursor: VELMONT_CURSOR_WAIT while an effect works, VELMONT_CURSOR_ARROW afterwards.
     void (*setCursor)(void *context, int cursor);
     /// The 16-bit state of a key; any set bit means down now or pressed since the last query.

@@ -1,0 +1,108 @@
+#pragma once
+
+/// \file
+/// The families' entries, each in the source of its name, and the functions that write an entry.
+
+#include "catalogue/effect.h"
+#include <type_traits>
+
+namespace velmont::catalogue {
+
+std::span<const Effect> toneEffects();
+std::span<const Effect> geometryEffects();
+
+/// The record of an effect that takes one int instead of a record.
+struct IntParameter {
+    int32_t value;
+};
+
+namespace detail {
+
+template <typename Member>
+struct MemberOf;
+template <typename RecordType, typename Value>
+struct MemberOf<Value RecordType::*> {
+    using Record = RecordType;
+    using Type = Value;
+};
+
+template <typename Value>
+constexpr FieldType typeOf()
+{
+    if constexpr (std::is_same_v<Value, int32_t>)
+        return FieldType::Int32;
+    else if constexpr (std::is_same_v<Value, uint32_t>)
+        return FieldType::UInt32;
+    else if constexpr (std::is_same_v<Value, float>)
+        return FieldType::Float;
+    else {
+        static_assert(std::is_same_v<Value, double>, "a field is a 32-bit integer, a float or a double");
+        return FieldType::Double;
+    }
+}
+
+} // namespace detail
+
+/// What a field means, as its entry says it.
+struct FieldText {
+    std::string_view name;
+    std::string_view unit;
+    double minimum, maximum, defaultValue;
+    std::string_view help;
+    std::span<const Choice> choices = {};
+};
+
+/// The entry of one member of a record: type, size and access are the member's own.
+template <auto Member>
+constexpr Field field(const FieldText &text)
+{
+    using RecordType = typename detail::MemberOf<decltype(Member)>::Record;
+    using Value = typename detail::MemberOf<decltype(Member)>::Type;
+    return {text.name,
+            detail::typeOf<Value>(),
+            sizeof(Value),
+            text.unit,
+            text.minimum,
+            text.maximum,
+            text.defaultValue,
+            text.help,
+            text.choices,
+            [](void *record, double value) {
+                static_cast<RecordType *>(record)->*Member = static_cast<Value>(value);
+            },
+            [](const void *record) {
+                return static_cast<double>(static_cast<const RecordType *>(record)->*Member);
+            }};
+}
+
+/// Whether the fields cover the record: none is missing and there is nothing between them.
+template <typename RecordType, std::size_t count>
+constexpr bool coverRecord(const std::array<Field, count> &fields)
+{
+    std::size_t bytes = 0;
+    for (const Field &field : fields)
+        bytes += field.bytes;
+    return bytes == sizeof(RecordType) && sizeof(RecordType) <= kLargestRecord &&
+           std::is_trivially_copyable_v<RecordType>;
+}
+
+/// The call of an export that takes the handle alone.
+template <auto Export>
+void *callPlain(void *dib, void *)
+{
+    return Export(dib);
+}
+/// The call of an export that takes one int.
+template <auto Export>
+void *callWithInt(void *dib, void *record)
+{
+    return Export(dib, static_cast<IntParameter *>(record)->value);
+}
+/// The call of an export that takes a record.
+template <auto Export, typename RecordType>
+void *callWithRecord(void *dib, void *record)
+{
+    return Export(dib, static_cast<RecordType *>(record));
+}
+
+} // namespace velmont::catalogue

@@ -1,0 +1,64 @@
+#include <velmont/effects.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <type_traits>
+#include <velmont/tone.h>
+
+namespace {
+
+using Call = void *(*)(void *dib, long param);
+
+struct Entry {
+    unsigned code;
+    Call call;
+};
+
+template <typename Effect>
+struct Parameter;
+template <>
+struct Parameter<void *(*)(void *)> {
+    using Type = void;
+};
+template <typename Second>
+struct Parameter<void *(*)(void *, Second)> {
+    using Type = Second;
+};
+
+/// Passes `param` on in the way that the effect's own signature asks for: not at all, as the int that it
+/// points to, or as the record that it points to.
+template <auto Effect>
+void *pass(void *dib, [[maybe_unused]] long param)
+{
+    using Type = typename Parameter<decltype(Effect)>::Type;
+    if constexpr (std::is_void_v<Type>) {
+        return Effect(dib);
+    } else if constexpr (std::is_same_v<Type, int>) {
+        const auto *const value = reinterpret_cast<const int32_t *>(param);
+        return value ? Effect(dib, *value) : nullptr;
+    } else {
+        return Effect(dib, reinterpret_cast<Type>(param));
+    }
+}
+
+static_assert(sizeof(long) >= sizeof(void *), "a record's address travels as a long");
+
+/// By code. The numbers are fixed; a code that is not listed gives 0.
+constexpr std::array kEntries{
+    Entry{6, pass<&ProcessNegative>},
+};
+
+static_assert(std::is_sorted(kEntries.begin(), kEntries.end(),
+                             [](const Entry &a, const Entry &b) { return a.code < b.code; }));
+
+} // namespace
+
+void *EnhanceAndEffects(void *dib, unsigned int code, long param)
+{
+    if (!dib)
+        return nullptr;
+    const auto entry = std::lower_bound(kEntries.begin(), kEntries.end(), code,
+                                        [](const Entry &e, unsigned wanted) { return e.code < wanted; });
+    return entry != kEntries.end() && entry->code == code ? entry->call(dib, param) : nullptr;
+}

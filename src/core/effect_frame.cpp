@@ -1,0 +1,64 @@
+#include "core/effect_frame.h"
+#include "platform/services.h"
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace velmont {
+
+EffectFrame::EffectFrame(void *dib) : sourceHandle_(dib), sourceLock_(dib)
+{
+    source_ = Dib::examine(sourceLock_.bytes(), KelMemSize(sourceHandle_));
+}
+
+EffectFrame::~EffectFrame()
+{
+    // Reached with a result only when a callback threw: finish() has taken it otherwise.
+    if (resultHandle_)
+        KelMemFree(resultHandle_);
+}
+
+bool EffectFrame::serves(std::initializer_list<int> depths) const
+{
+    return source_ && std::find(depths.begin(), depths.end(), source_->bitCount()) != depths.end();
+}
+
+bool EffectFrame::begin(const ResultPlan &plan)
+{
+    showWaitCursor();
+    const std::size_t bytes = std::max(plan.layout.totalBytes(), plan.minimumBytes);
+    resultHandle_ = allocateBlock(KEL_MEM_MOVEABLE | KEL_MEM_ZERO, bytes, plan.contents);
+    if (resultHandle_)
+        resultLock_.emplace(resultHandle_);
+    if (!resultHandle_ || !resultLock_->bytes()) {
+        if (resultHandle_)
+            KelMemFree(std::exchange(resultHandle_, nullptr));
+        showArrowCursor();
+        sourceLock_.unlock();
+        return false;
+    }
+    result_ = Dib::withLayout(resultLock_->bytes(), bytes, plan.layout);
+    AbortImageProcessing(); // its answer is dropped: hosts rely on the call
+    const std::size_t headerBytes = plan.headerBytes ? plan.headerBytes : source_->header().biSize;
+    std::memcpy(result_->block(), source_->block(), std::min(headerBytes, bytes));
+    return true;
+}
+
+void EffectFrame::copyPalette()
+{
+    std::memcpy(result_->palette(), source_->palette(), kColorBytes * std::size_t{source_->paletteEntries()});
+}
+
+void *EffectFrame::finish()
+{
+    sourceLock_.unlock();
+    resultLock_->unlock();
+    void *const handle = std::exchange(resultHandle_, nullptr);
+    if (aborted_)
+        KelMemFree(handle);
+    ShowImageProcessing(100);
+    showArrowCursor();
+    return aborted_ ? nullptr : handle;
+}
+
+} // namespace velmont

@@ -1,0 +1,82 @@
+#pragma once
+
+/// \file
+/// The shape that the effects share. An effect written on it says only how it departs:
+///
+///     EffectFrame frame(dib);                   // locks and examines the source
+///     if (!frame.serves({8, 24}))               // refuses a null handle, a lying header, another depth
+///         return nullptr;
+///     if (!frame.begin())                       // wait cursor, zero-filled result, header, one dropped poll
+///         return nullptr;
+///     for (int y : frame.rows())                // poll, progress, row; an abort ends the loop
+///         work(frame.result().row(y), frame.source().row(y));
+///     return frame.finish();                    // unlocks, 100 percent, arrow cursor; 0 after an abort
+///
+/// Hosts see the order of these steps.
+
+#include "core/dib_layout.h"
+#include "core/row_loop.h"
+#include "platform/memory.h"
+#include <initializer_list>
+#include <optional>
+
+namespace velmont {
+
+/// What an effect's result is to be.
+struct ResultPlan {
+    DibLayout layout; ///< where the rows of the result lie
+    Contents contents = Contents::ZeroFilled;
+    /// Bytes of the block where they are more than the layout asks for.
+    std::size_t minimumBytes = 0;
+    /// Bytes of header to copy; 0 stands for the source's biSize.
+    std::size_t headerBytes = 0;
+};
+
+class EffectFrame {
+public:
+    explicit EffectFrame(void *dib);
+    ~EffectFrame();
+    EffectFrame(const EffectFrame &) = delete;
+    EffectFrame &operator=(const EffectFrame &) = delete;
+
+    /// Whether there is a source and it has one of these depths.
+    bool serves(std::initializer_list<int> depths) const;
+    const Dib &source() const { return *source_; }
+
+    /// Starts the work. On failure everything is as it was, but for the cursors shown, and the effect returns
+    /// 0.
+    bool begin(const ResultPlan &plan);
+    /// A zero-filled result laid out like the source.
+    bool begin() { return begin({source_->layout()}); }
+    Dib &result() { return *result_; }
+
+    /// Copies the source's palette into the result as it stands.
+    void copyPalette();
+    /// Maps blue, green and red of each palette entry; the reserved byte is carried over.
+    template <typename Map>
+    void mapPalette(Map map)
+    {
+        copyPalette();
+        uint8_t *const palette = result_->palette();
+        for (std::size_t i = 0; i < kColorBytes * std::size_t{result_->paletteEntries()}; ++i)
+            if (i % kColorBytes != 3)
+                palette[i] = map(palette[i]);
+    }
+    /// The rows of the source; an abort ends the range and the effect.
+    RowLoop rows() { return {source_->height(), aborted_}; }
+
+    /// Ends the work: unlocks both blocks, frees the result after an abort, reports 100, shows the arrow
+    /// cursor. \return the result's handle, or null after an abort.
+    void *finish();
+
+private:
+    void *sourceHandle_;
+    BlockLock sourceLock_;
+    std::optional<Dib> source_;
+    void *resultHandle_ = nullptr;
+    std::optional<BlockLock> resultLock_;
+    std::optional<Dib> result_;
+    bool aborted_ = false;
+};
+
+} // namespace velmont

@@ -1,0 +1,59 @@
+#pragma once
+
+/// \file
+/// The rows of a picture with what a host sees of them: abort polls and progress.
+
+#include <cstdint>
+#include <velmont/environment.h>
+
+namespace velmont {
+
+/// A range over rows 0 to rows - 1. Before each row AbortImageProcessing is polled, and any answer but 0 ends
+/// the range and sets `aborted`; then, before every sixteenth row, progress is reported. A range that starts
+/// when `aborted` is set already is empty and polls nothing, so that an abort in one pass skips the later
+/// ones.
+class RowLoop {
+public:
+    RowLoop(int rows, bool &aborted) : rows_(rows), aborted_(aborted) {}
+
+    struct End {};
+
+    class Iterator {
+    public:
+        Iterator(const RowLoop &loop, int row) : loop_(loop), row_(row) { enterRow(); }
+        int operator*() const { return row_; }
+        Iterator &operator++()
+        {
+            ++row_;
+            enterRow();
+            return *this;
+        }
+        bool operator==(End) const { return row_ >= loop_.rows_ || loop_.aborted_; }
+
+    private:
+        void enterRow()
+        {
+            if (*this == End{})
+                return;
+            if (AbortImageProcessing() != 0)
+                loop_.aborted_ = true;
+            else if ((row_ & 15) == 0)
+                ShowImageProcessing(loop_.percentAt(row_));
+        }
+
+        const RowLoop &loop_;
+        int row_;
+    };
+
+    Iterator begin() const { return {*this, 0}; }
+    End end() const { return {}; }
+
+private:
+    /// Reckoned in 32 bits that wrap, as hosts see it on images of more than 21 million rows.
+    int percentAt(int row) const { return static_cast<int32_t>(static_cast<uint32_t>(row) * 100u) / rows_; }
+
+    int rows_;
+    bool &aborted_;
+};
+
+} // namespace velmont
