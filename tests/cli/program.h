@@ -1,0 +1,61 @@
+#pragma once
+
+/// \file
+/// Runs the built program as a person or a script does.
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+namespace velmont::test {
+
+/// How a run ended and what it said.
+struct Outcome {
+    int exitCode = -1; ///< -1 when a signal ended the program
+    int signal = 0;    ///< that signal
+    std::string out;   ///< standard output
+    std::string err;   ///< standard error: a file, or the terminal
+};
+
+/// Where standard error goes.
+enum class Terminal { No, Yes };
+inline constexpr int kTerminalColumns = 50;
+
+/// One run of a program; it is killed when it takes more than a minute or is left behind.
+class Program {
+public:
+    /// Starts it.
+    /// \param folder the working folder
+    /// \param command the program's path and its arguments
+    Program(const std::filesystem::path &folder, const std::vector<std::string> &command,
+            Terminal terminal = Terminal::No);
+    ~Program();
+    Program(const Program &) = delete;
+    Program &operator=(const Program &) = delete;
+
+    void send(int signal) const;
+    /// Waits until the program would survive a signal, because it looks after it.
+    bool waitUntilCatching(int signal);
+    /// Waits until the terminal shows a text.
+    bool waitUntilShown(const std::string &text);
+    /// Waits for the end.
+    Outcome finish();
+
+private:
+    bool waitUntil(const std::function<bool()> &condition);
+    bool ended();
+    void readTerminal();
+
+    pid_t process_ = -1;
+    int output_ = -1, error_ = -1, terminal_ = -1;
+    bool ended_ = false;
+    int status_ = 0;
+    std::string shown_;
+};
+
+/// The path of the command line that was built.
+std::string programPath();
+
+} // namespace velmont::test
