@@ -28,8 +28,8 @@ void tablePlain(uint8_t *__restrict to, const uint8_t *__restrict from, std::siz
 
 Stores storesFor(std::size_t resultBytes)
 {
-    // Below this a result may still be in the caches when its first reader comes.
-    constexpr std::size_t kStreamingFrom = std::size_t{8} << 20;
+    // Smaller results and their sources lie in the last cache of common processors, where plain stores win.
+    constexpr std::size_t kStreamingFrom = std::size_t{24} << 20;
     return resultBytes >= kStreamingFrom ? Stores::Streaming : Stores::Cached;
 }
 

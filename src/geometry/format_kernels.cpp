@@ -51,6 +51,8 @@ bool isGrayTable(const ColorTable &table)
 PixelRow bgrToGrayRow()
 {
 #if defined(__x86_64__)
+    if (cpuLevel() >= CpuLevel::Avx512)
+        return kernels::bgrToGrayAvx512;
     if (cpuLevel() >= CpuLevel::Avx2)
         return kernels::bgrToGrayAvx2;
 #endif
@@ -60,6 +62,8 @@ PixelRow bgrToGrayRow()
 ColorRow indexToBgrRow([[maybe_unused]] const ColorTable &table)
 {
 #if defined(__x86_64__)
+    if (cpuLevel() >= CpuLevel::Avx512)
+        return kernels::indexToBgrAvx512;
     if (cpuLevel() >= CpuLevel::Avx2 && isGrayTable(table))
         return kernels::grayToBgrAvx2;
 #endif
@@ -75,15 +79,34 @@ BitRow aboveThresholdRow([[maybe_unused]] int threshold)
     return kernels::aboveThresholdPlain;
 }
 
+namespace {
+
+/// The eight bits of a byte as bytes of 0 and 1, the highest first.
+void unpackBits(uint8_t *to, uint8_t byte)
+{
+    for (int i = 0; i < 8; ++i)
+        to[i] = byte >> (7 - i) & 1;
+}
+
+} // namespace
+
 void unpackRow(uint8_t *__restrict to, const uint8_t *__restrict from, std::size_t pixels, int bitCount)
 {
+    const std::size_t pixelsPerByte = bitCount == 4 ? 2 : 8;
+    const std::size_t wholeBytes = pixels / pixelsPerByte;
     if (bitCount == 4) {
-        for (std::size_t x = 0; x < pixels; ++x)
-            to[x] = x % 2 == 0 ? from[x / 2] >> 4 : from[x / 2] & 15;
-    } else {
-        for (std::size_t x = 0; x < pixels; ++x)
-            to[x] = from[x / 8] >> (7 - x % 8) & 1;
+        for (std::size_t i = 0; i < wholeBytes; ++i) {
+            to[2 * i] = from[i] >> 4;
+            to[2 * i + 1] = from[i] & 15;
+        }
+        if (pixels % 2 != 0)
+            to[pixels - 1] = from[wholeBytes] >> 4;
+        return;
     }
+    for (std::size_t i = 0; i < wholeBytes; ++i)
+        unpackBits(to + 8 * i, from[i]);
+    for (std::size_t x = 8 * wholeBytes; x < pixels; ++x)
+        to[x] = from[wholeBytes] >> (7 - x % 8) & 1;
 }
 
 } // namespace velmont

@@ -45,9 +45,12 @@ void indexToBgrPlain(uint8_t *to, const uint8_t *from, std::size_t pixels, const
 void aboveThresholdPlain(uint8_t *to, const uint8_t *from, std::size_t pixels, int threshold);
 #if defined(__x86_64__)
 void bgrToGrayAvx2(uint8_t *to, const uint8_t *from, std::size_t pixels);
+/// For tables that are the gray ramp.
 void grayToBgrAvx2(uint8_t *to, const uint8_t *from, std::size_t pixels, const ColorTable &table);
 /// For thresholds from 0 to 254.
 void aboveThresholdAvx2(uint8_t *to, const uint8_t *from, std::size_t pixels, int threshold);
+void bgrToGrayAvx512(uint8_t *to, const uint8_t *from, std::size_t pixels);
+void indexToBgrAvx512(uint8_t *to, const uint8_t *from, std::size_t pixels, const ColorTable &table);
 #endif
 
 } // namespace kernels
