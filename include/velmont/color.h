@@ -12,5 +12,5 @@
 /// Red, green, blue to hue, saturation, value. A colour whose saturation rounds to 0 gets hue 0.
 VELMONT_API void RGB_TO_HSV(int *h, int *s, int *v, int r, int g, int b);
 
-/// Hue, saturation, value to red, green, blue. A hue outside 0 to 360 gives (v, p, q) of the last sector.
+/// Hue, saturation, value to red, green, blue. A hue above 360 or below -59 is treated as of the last sector.
 VELMONT_API void HSV_TO_RGB(int *r, int *g, int *b, int h, int s, int v);

@@ -56,10 +56,11 @@ static_assert(sizeof(DibColor) == 4);
 /// \param width,height pixels, 1 or more each
 /// \param bits 1, 8 (gray ramp) or 24
 /// \param resolution written into both resolution fields, in pixels a metre
-/// \param color 0x00BBGGRR. At 1 bit any value but 0 sets every bit. At 8 bits a colour with unequal channels
-/// becomes the gray (76 * red + 150 * green + 29 * blue) / 255. Where the three channels are equal the
-/// padding of the rows takes the value too, else it is 0. \return a new handle, the caller's; 0 for another
-/// depth, a size below 1, an image of 4 GiB or more, no memory.
+/// \param color 0x00BBGGRR. At 1 bit any value but 0 in its low 32 bits sets every bit. At 8 bits a colour
+/// with unequal channels becomes the gray (76 * red + 150 * green + 29 * blue) / 255. Where the three
+/// channels are equal the padding of the rows takes the value too, else it is 0.
+/// \return a new handle, the
+/// caller's; 0 for another depth, a size below 1, an image of 4 GiB or more, no memory.
 VELMONT_API void *CreateDib(int width, int height, int bits, int resolution, unsigned long color);
 
 /// Stores biWidth and biHeight through those pointers that are not null.

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// The low 32 bits, as the 32-bit arithmetic of the boundary has it for values far outside the ranges.
+/// Cut to 32 bits; only values far outside the ranges, which mean nothing, lose anything.
 int toInt(int64_t value)
 {
     return static_cast<int>(static_cast<uint32_t>(value));

@@ -1,7 +1,10 @@
 #include "core/dib_layout.h"
+#include <bit>
 #include <cstring>
 
 namespace velmont {
+
+static_assert(std::endian::native == std::endian::little, "headers are read as they lie in the block");
 
 std::optional<DibLayout> DibLayout::make(int width, int height, int bitCount, uint64_t pixelOffset)
 {

@@ -156,7 +156,7 @@ int DibView::CopyHeaderFrom(const DibView *other)
 {
     if (!other || !other->header || !header)
         return 0;
-    std::memcpy(header, other->header, kHeaderBytes);
+    std::memmove(header, other->header, kHeaderBytes);
     pointPaletteBehindHeader();
     Refresh();
     return 1;
@@ -168,7 +168,8 @@ int DibView::CopyPaletteFrom(const DibView *other)
         return 0;
     const std::size_t bytes = std::min(
         {std::size_t{other->GetPaletteBytes()}, other->bytesFrom(other->palette), bytesFrom(palette)});
-    std::memmove(palette, other->palette, bytes);
+    if (bytes > 0)
+        std::memmove(palette, other->palette, bytes);
     return 1;
 }
 
@@ -220,7 +221,12 @@ uint8_t *DibView::pixelAt(const uint8_t *start, int x, int y, int bytesPerPixel)
 {
     if (!start)
         return nullptr;
-    const int64_t offset = (start - header) + int64_t{rowBytes} * y + int64_t{x} * bytesPerPixel;
+    // A row that far away is outside any block, and the sum below would overflow.
+    constexpr int64_t kFarAway = int64_t{1} << 62;
+    const int64_t rowOffset = int64_t{rowBytes} * y;
+    if (rowOffset > kFarAway || rowOffset < -kFarAway)
+        return nullptr;
+    const int64_t offset = (start - header) + rowOffset + int64_t{x} * bytesPerPixel;
     if (offset < 0 || offset + bytesPerPixel > static_cast<int64_t>(blockBytes_))
         return nullptr;
     return header + offset;
@@ -232,10 +238,10 @@ std::size_t DibView::bytesFrom(const uint8_t *place) const
     return place ? blockBytes_ - static_cast<std::size_t>(place - header) : 0;
 }
 
-/// A place of the block, held to its end.
+/// A place of the block, or null when it lies behind the block's end.
 uint8_t *DibView::placeAt(uint64_t offset) const
 {
-    return header ? header + std::min<uint64_t>(offset, blockBytes_) : nullptr;
+    return header && offset <= blockBytes_ ? header + offset : nullptr;
 }
 
 } // namespace velmont

@@ -34,12 +34,14 @@ public:
     /// right. From 9 to 16 bits 4 when biCompression is 3. Else 0.
     uint32_t GetPaletteBytes() const;
     uint32_t GetTotalBytes() const; ///< rows, palette and biSize; 0 in an empty view
-    uint8_t *GetBits() const;       ///< where the rows start by the header; null in an empty view
+    /// Where the rows start by the header; null in an empty view and behind the block's end.
+    uint8_t *GetBits() const;
 
     /// The pixel as blue << 16 | green << 8 | red at 8 and 24 bits; 0 at other depths.
     uint32_t GetPixel(int x, int y) const;
     /// Stores a colour. 8-bit gray stores its red; other 8-bit images the first palette entry with the same
-    /// red, green and blue playing no part. \return 1; 0 when nothing was stored: no such entry, a depth
+    /// red, green and blue playing no part.
+    /// \return 1; 0 when nothing was stored: no such entry, a depth
     /// other than 8 and 24, 24 bits with a palette.
     int SetPixel(int x, int y, uint32_t color);
     /// The three bytes at 40 + rowBytes * y + 3 * x, the first one highest. For 24-bit blocks with a 40-byte
@@ -55,17 +57,18 @@ public:
     /// \return 1; 0 when the other view is null or either is empty.
     int CopyPaletteFrom(const DibView *other);
     /// Copies the other view's GetTotalBytes from block start to block start, as far as both blocks reach,
-    /// points palette behind the new biSize and refreshes. \return 1; 0 when the other view is null or either
+    /// points palette behind the new biSize and refreshes.
+    /// \return 1; 0 when the other view is null or either
     /// is empty.
     int CopyAllFrom(const DibView *other);
 
-    uint8_t *palette = nullptr; ///< header + biSize; null in an empty view
+    uint8_t *palette = nullptr; ///< header + biSize; null in an empty view and where it lies behind the block
     uint8_t *header = nullptr;  ///< the locked block; null in an empty view
     void *handle = nullptr;     ///< the block; null in an empty view
     uint32_t rowBytes = 0;      ///< the stride; 0 means not worked out yet
     uint32_t bitCount = 0;      ///< copy of biBitCount
     int32_t isGray = 0;         ///< the view's own gray test
-    uint8_t *bits = nullptr;    ///< start of the rows
+    uint8_t *bits = nullptr;    ///< start of the rows; null where it lies behind the block
 
 private:
     DibHeader readHeader() const;

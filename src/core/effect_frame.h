@@ -66,7 +66,8 @@ public:
     RowLoop rows() { return {source_->height(), aborted_}; }
 
     /// Ends the work: unlocks both blocks, frees the result after an abort, reports 100, shows the arrow
-    /// cursor. \return the result's handle, or null after an abort.
+    /// cursor.
+    /// \return the result's handle, or null after an abort.
     void *finish();
 
 private:

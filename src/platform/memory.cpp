@@ -1,11 +1,13 @@
 #include "platform/memory.h"
 #include "platform/pages.h"
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
-#include <deque>
 #include <mutex>
 #include <new>
+#include <optional>
+#include <utility>
 #include <vector>
 
 namespace velmont {
@@ -28,6 +30,7 @@ constexpr bool kExactBlocks = false;
 
 constexpr std::size_t kLargeBlock = std::size_t{1} << 20;
 constexpr std::size_t kMappingUnit = std::size_t{64} << 10;
+constexpr std::size_t kLargestBlock = sizeof(void *) == 8 ? SIZE_MAX >> 24 : SIZE_MAX / 2; // 1 TiB, 2 GiB
 constexpr std::size_t kKeptBlocks = 4;
 constexpr std::size_t kKeptBytes = std::size_t{sizeof(void *) == 8 ? 256 : 64} << 20;
 
@@ -42,56 +45,48 @@ struct Storage {
 /// A few freed large blocks, kept for the next call: pages that are there already cost nothing to touch.
 class KeptBlocks {
 public:
-    /// The smallest that holds `bytes` and wastes less than a quarter.
+    /// The smallest that holds `bytes` and wastes at most a quarter.
     Storage take(std::size_t bytes)
     {
         const std::lock_guard guard(mutex_);
-        auto best = kept_.end();
-        for (auto it = kept_.begin(); it != kept_.end(); ++it)
-            if (it->capacity >= bytes && it->capacity - bytes <= bytes / 4 &&
-                (best == kept_.end() || it->capacity < best->capacity))
-                best = it;
-        if (best == kept_.end())
-            return {};
-        const Storage storage = *best;
-        kept_.erase(best);
-        bytes_ -= storage.capacity;
-        return storage;
+        std::size_t best = count_;
+        for (std::size_t i = 0; i < count_; ++i) {
+            const std::size_t capacity = kept_[i].capacity;
+            const bool fits = capacity >= bytes && capacity - bytes <= bytes / 4;
+            if (fits && (best == count_ || capacity < kept_[best].capacity))
+                best = i;
+        }
+        return best < count_ ? removeAt(best) : Storage{};
     }
 
     void give(Storage storage)
     {
-        std::vector<Storage> surplus;
-        {
-            const std::lock_guard guard(mutex_);
-            if (enabled_ && storage.capacity <= kKeptBytes) {
-                storage.isZero = false;
-                kept_.push_back(storage);
-                bytes_ += storage.capacity;
-            } else {
-                surplus.push_back(storage);
-            }
-            while (kept_.size() > kKeptBlocks || bytes_ > kKeptBytes) {
-                surplus.push_back(kept_.front());
-                bytes_ -= kept_.front().capacity;
-                kept_.erase(kept_.begin());
-            }
-        }
-        release(surplus);
+        const std::lock_guard guard(mutex_);
+        if (!enabled_ || storage.capacity > kKeptBytes)
+            return unmapPages(storage.memory, storage.capacity);
+        storage.isZero = false;
+        while (count_ == kKeptBlocks || bytes_ + storage.capacity > kKeptBytes)
+            releaseOldest();
+        kept_[count_++] = storage;
+        bytes_ += storage.capacity;
+    }
+
+    /// Gives all of them back to the system.
+    void clear()
+    {
+        const std::lock_guard guard(mutex_);
+        while (count_ > 0)
+            releaseOldest();
     }
 
     void enable(bool keep)
     {
-        std::vector<Storage> surplus;
         {
             const std::lock_guard guard(mutex_);
             enabled_ = keep;
-            if (!keep) {
-                surplus.swap(kept_);
-                bytes_ = 0;
-            }
         }
-        release(surplus);
+        if (!keep)
+            clear();
     }
 
     std::size_t bytes()
@@ -101,14 +96,23 @@ public:
     }
 
 private:
-    static void release(const std::vector<Storage> &surplus)
+    Storage removeAt(std::size_t place)
     {
-        for (const Storage &storage : surplus)
-            unmapPages(storage.memory, storage.capacity);
+        const Storage storage = kept_[place];
+        std::move(kept_.begin() + place + 1, kept_.begin() + count_, kept_.begin() + place);
+        --count_;
+        bytes_ -= storage.capacity;
+        return storage;
+    }
+    void releaseOldest()
+    {
+        const Storage oldest = removeAt(0);
+        unmapPages(oldest.memory, oldest.capacity);
     }
 
     std::mutex mutex_;
-    std::vector<Storage> kept_; ///< the longest kept first
+    std::array<Storage, kKeptBlocks> kept_; ///< the longest kept first
+    std::size_t count_ = 0;
     std::size_t bytes_ = 0;
     bool enabled_ = true;
 };
@@ -128,17 +132,28 @@ Storage smallStorage(std::size_t bytes)
 
 Storage largeStorage(std::size_t bytes)
 {
-    if (bytes > SIZE_MAX - kMappingUnit)
-        return {};
     if (const Storage kept = keptBlocks().take(bytes); kept.memory)
         return kept;
     const std::size_t capacity = (bytes + kMappingUnit - 1) / kMappingUnit * kMappingUnit;
     return {mapPages(capacity), capacity, true, true};
 }
 
-Storage obtain(std::size_t bytes)
+Storage obtainOnce(std::size_t bytes)
 {
     return kExactBlocks || bytes < kLargeBlock ? smallStorage(bytes) : largeStorage(bytes);
+}
+
+/// Storage of at least `bytes` bytes; without memory when there is none, not even with the kept blocks given
+/// back.
+Storage obtain(std::size_t bytes)
+{
+    if (bytes > kLargestBlock)
+        return {};
+    const Storage storage = obtainOnce(bytes);
+    if (storage.memory || keptBlocks().bytes() == 0)
+        return storage;
+    keptBlocks().clear();
+    return obtainOnce(bytes);
 }
 
 void giveBack(const Storage &storage)
@@ -160,18 +175,12 @@ struct Block {
 /// without following them.
 class BlockTable {
 public:
+    /// The block's handle, or null when there is no place or no memory for the table.
     void *add(const Block &block)
     {
-        uint32_t place;
-        if (free_.size() > kPlacesRested || (!free_.empty() && slots_.size() == kPlaces)) {
-            place = free_.front();
-            free_.pop_front();
-        } else if (slots_.size() < kPlaces) {
-            place = static_cast<uint32_t>(slots_.size());
-            slots_.emplace_back();
-        } else {
+        const uint32_t place = takePlace();
+        if (place == kNoPlace)
             return nullptr;
-        }
         slots_[place].block = block;
         slots_[place].isLive = true;
         return handleOf(place);
@@ -179,29 +188,28 @@ public:
 
     Block *find(void *handle)
     {
-        const auto value = reinterpret_cast<std::uintptr_t>(handle);
-        const auto place = static_cast<uint32_t>(value >> kMarkLowBits & (kPlaces - 1));
+        const uint32_t place = placeOf(handle);
         if (place >= slots_.size() || !slots_[place].isLive || handleOf(place) != handle)
             return nullptr;
         return &slots_[place].block;
     }
 
+    /// Forgets the block of a good handle. Freed places queue, so that a stale handle stays stale for long.
     void remove(void *handle)
     {
-        const auto value = reinterpret_cast<std::uintptr_t>(handle);
-        const auto place = static_cast<uint32_t>(value >> kMarkLowBits & (kPlaces - 1));
-        slots_[place].isLive = false;
-        slots_[place].generation = (slots_[place].generation + 1) & kGenerations;
-        free_.push_back(place);
+        const uint32_t place = placeOf(handle);
+        Slot &slot = slots_[place];
+        slot.isLive = false;
+        slot.generation = (slot.generation + 1) & kGenerations;
+        slot.nextFree = kNoPlace;
+        if (freeCount_++ == 0)
+            firstFree_ = place;
+        else
+            slots_[lastFree_].nextFree = place;
+        lastFree_ = place;
     }
 
 private:
-    struct Slot {
-        Block block;
-        uint32_t generation = 0;
-        bool isLive = false;
-    };
-
     // 64 bits: 16 bits of mark that make no canonical address, 24 of generation, 24 of place. 32 bits: 14 of
     // generation, 16 of place, and two low bits that no aligned pointer has.
     static constexpr bool kWide = sizeof(void *) == 8;
@@ -210,8 +218,42 @@ private:
     static constexpr std::size_t kPlaces = std::size_t{1} << kPlaceBits;
     static constexpr uint32_t kGenerations = kWide ? 0xFFFFFF : 0x3FFF;
     static constexpr std::uintptr_t kMark = kWide ? std::uintptr_t{0x4B4D} << (kWide ? 48 : 0) : 2;
-    /// A freed place rests while this many others do, so that a stale handle stays stale for long.
+    /// A freed place rests while this many others do.
     static constexpr std::size_t kPlacesRested = 256;
+    static constexpr uint32_t kNoPlace = UINT32_MAX;
+
+    struct Slot {
+        Block block;
+        uint32_t generation;
+        uint32_t nextFree = kNoPlace;
+        bool isLive = false;
+
+        /// Places start at scattered generations, so that a handle with a changed place names nobody's block.
+        explicit Slot(uint32_t place) : generation(place * 2654435761u & kGenerations) {}
+    };
+
+    uint32_t takePlace()
+    {
+        const bool mayGrow = slots_.size() < kPlaces;
+        if (freeCount_ > (mayGrow ? kPlacesRested : 0)) {
+            --freeCount_;
+            return std::exchange(firstFree_, slots_[firstFree_].nextFree);
+        }
+        if (!mayGrow)
+            return kNoPlace;
+        try {
+            slots_.emplace_back(static_cast<uint32_t>(slots_.size()));
+        } catch (const std::bad_alloc &) {
+            return kNoPlace;
+        }
+        return static_cast<uint32_t>(slots_.size() - 1);
+    }
+
+    static uint32_t placeOf(void *handle)
+    {
+        return static_cast<uint32_t>(reinterpret_cast<std::uintptr_t>(handle) >> kMarkLowBits &
+                                     (kPlaces - 1));
+    }
 
     void *handleOf(uint32_t place) const
     {
@@ -221,7 +263,9 @@ private:
     }
 
     std::vector<Slot> slots_;
-    std::deque<uint32_t> free_;
+    uint32_t firstFree_ = kNoPlace; ///< the longest free
+    uint32_t lastFree_ = kNoPlace;
+    std::size_t freeCount_ = 0;
 };
 
 /// The state of the service, under one mutex.
@@ -268,13 +312,9 @@ void *registerBlock(const Block &block)
 {
     Service &state = service();
     const std::lock_guard guard(state.mutex);
-    try {
-        void *const handle = state.table.add(block);
-        state.counts.blocks += handle != nullptr;
-        return handle;
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    void *const handle = state.table.add(block);
+    state.counts.blocks += handle != nullptr;
+    return handle;
 }
 
 /// Makes the block `bytes` long where it stands.
@@ -290,13 +330,41 @@ void resizeInPlace(Block &block, std::size_t bytes, unsigned flags, int fillByte
     block.bytes = bytes;
 }
 
-/// A copy of the block's contents in storage of `bytes` bytes; without memory when there is none.
-Storage copyOf(const Block &block, std::size_t bytes)
+/// Whether the block must move to become `bytes` long.
+bool mustMove(const Block &block, std::size_t bytes)
 {
-    const Storage storage = obtain(bytes);
-    if (storage.memory)
-        std::memcpy(storage.memory, block.storage.memory, std::min(bytes, block.bytes));
-    return storage;
+    return bytes > block.storage.capacity || (kExactBlocks && bytes < block.bytes && block.locks == 0);
+}
+
+/// Moves the block to storage of `bytes` bytes. The copying is done outside the mutex: a handle belongs to
+/// one thread at a time, so nobody else touches the block meanwhile. False when it is locked or there is no
+/// memory.
+bool moveBlock(void *handle, const Block &block, std::size_t bytes)
+{
+    if (block.locks > 0)
+        return false;
+    Storage grown = obtain(bytes);
+    if (!grown.memory)
+        return false;
+    if (const std::size_t kept = std::min(bytes, block.bytes); kept > 0)
+        std::memcpy(grown.memory, block.storage.memory, kept);
+    grown.isZero = false;
+    {
+        Service &state = service();
+        const std::lock_guard guard(state.mutex);
+        if (Block *const current = state.table.find(handle))
+            std::swap(current->storage, grown);
+    }
+    giveBack(grown);
+    return true;
+}
+
+std::optional<Block> snapshot(void *handle)
+{
+    Service &state = service();
+    const std::lock_guard guard(state.mutex);
+    const Block *const block = state.table.find(handle);
+    return block ? std::optional(*block) : std::nullopt;
 }
 
 } // namespace
@@ -424,25 +492,14 @@ void *KelMemReAlloc(void *handle, unsigned long bytes, unsigned int flags)
     int fillByte = -1;
     if (!admitAllocation(flags, bytes, fillByte))
         return nullptr;
-    Storage outgrown;
-    {
-        Service &state = service();
-        const std::lock_guard guard(state.mutex);
-        Block *const block = state.table.find(handle);
-        if (!block)
-            return nullptr;
-        if (bytes > block->storage.capacity) {
-            if (block->locks > 0)
-                return nullptr;
-            const Storage grown = copyOf(*block, bytes);
-            if (!grown.memory)
-                return nullptr;
-            outgrown = block->storage;
-            block->storage = grown;
-        }
-        resizeInPlace(*block, bytes, flags, fillByte);
-    }
-    if (outgrown.memory)
-        giveBack(outgrown);
+    const auto block = snapshot(handle);
+    if (!block || (mustMove(*block, bytes) && !moveBlock(handle, *block, bytes)))
+        return nullptr;
+    Service &state = service();
+    const std::lock_guard guard(state.mutex);
+    Block *const current = state.table.find(handle);
+    if (!current)
+        return nullptr;
+    resizeInPlace(*current, bytes, flags, fillByte);
     return handle;
 }

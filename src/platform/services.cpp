@@ -45,12 +45,15 @@ int VelmontInstallPlatformServices(const VelmontPlatformServices *services)
         installed() = systemServices();
         return 1;
     }
-    if (services->structBytes < offsetof(VelmontPlatformServices, setCursor))
+    constexpr std::size_t kFirstMember = offsetof(VelmontPlatformServices, setCursor);
+    if (services->structBytes < kFirstMember)
         return 0;
-    // A host of an earlier version has a shorter record: what it lacks stays null here and is filled in
-    // below.
+    // A host of an earlier version has a shorter record: what it lacks, half members included, stays null
+    // here and is filled in below.
+    const std::size_t known = std::min<std::size_t>(services->structBytes, sizeof(VelmontPlatformServices));
+    const std::size_t members = (known - kFirstMember) / sizeof(services->setCursor);
     VelmontPlatformServices merged{};
-    std::memcpy(&merged, services, std::min<std::size_t>(services->structBytes, sizeof merged));
+    std::memcpy(&merged, services, kFirstMember + members * sizeof(services->setCursor));
     if (!merged.setCursor)
         merged.setCursor = systemServices().setCursor;
     if (!merged.keyState)
