@@ -4,6 +4,9 @@
 /// The families' entries, each in the source of its name, and the functions that write an entry.
 
 #include "catalogue/effect.h"
+#include <algorithm>
+#include <cmath>
+#include <limits>
 #include <type_traits>
 
 namespace velmont::catalogue {
@@ -41,6 +44,21 @@ constexpr FieldType typeOf()
     }
 }
 
+/// The value as the field's type holds it: cut to its range, 0 for what is not a number.
+template <typename Value>
+Value heldTo(double value)
+{
+    if constexpr (std::is_integral_v<Value>) {
+        if (std::isnan(value))
+            return 0;
+        constexpr double kLowest = std::numeric_limits<Value>::min(),
+                         kHighest = std::numeric_limits<Value>::max();
+        return static_cast<Value>(std::clamp(value, kLowest, kHighest));
+    } else {
+        return static_cast<Value>(value);
+    }
+}
+
 } // namespace detail
 
 /// What a field means, as its entry says it.
@@ -68,7 +86,7 @@ constexpr Field field(const FieldText &text)
             text.help,
             text.choices,
             [](void *record, double value) {
-                static_cast<RecordType *>(record)->*Member = static_cast<Value>(value);
+                static_cast<RecordType *>(record)->*Member = detail::heldTo<Value>(value);
             },
             [](const void *record) {
                 return static_cast<double>(static_cast<const RecordType *>(record)->*Member);

@@ -49,8 +49,9 @@ constexpr std::array kEntries{
     Entry{6, pass<&ProcessNegative>},
 };
 
-static_assert(std::is_sorted(kEntries.begin(), kEntries.end(),
-                             [](const Entry &a, const Entry &b) { return a.code < b.code; }));
+static_assert(std::adjacent_find(kEntries.begin(), kEntries.end(), [](const Entry &a, const Entry &b) {
+                  return a.code >= b.code;
+              }) == kEntries.end());
 
 } // namespace
 

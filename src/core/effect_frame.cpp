@@ -40,13 +40,16 @@ bool EffectFrame::begin(const ResultPlan &plan)
     result_ = Dib::withLayout(resultLock_->bytes(), bytes, plan.layout);
     AbortImageProcessing(); // its answer is dropped: hosts rely on the call
     const std::size_t headerBytes = plan.headerBytes ? plan.headerBytes : source_->header().biSize;
-    std::memcpy(result_->block(), source_->block(), std::min(headerBytes, bytes));
+    // A callback may have written into the header meanwhile, so both blocks bound the copy.
+    std::memcpy(result_->block(), source_->block(), std::min({headerBytes, bytes, source_->blockBytes()}));
     return true;
 }
 
 void EffectFrame::copyPalette()
 {
-    std::memcpy(result_->palette(), source_->palette(), kColorBytes * std::size_t{source_->paletteEntries()});
+    const std::size_t bytes = kColorBytes * std::size_t{result_->paletteEntries()};
+    std::memcpy(result_->palette(), source_->palette(),
+                std::min(bytes, source_->blockBytes() - kHeaderBytes));
 }
 
 void *EffectFrame::finish()

@@ -50,7 +50,7 @@ public:
     bool begin() { return begin({source_->layout()}); }
     Dib &result() { return *result_; }
 
-    /// Copies the source's palette into the result as it stands.
+    /// Copies as much palette as the result's layout has, as it stands.
     void copyPalette();
     /// Maps blue, green and red of each palette entry; the reserved byte is carried over.
     template <typename Map>

@@ -1,4 +1,5 @@
 #include "tests/support/images.h"
+#include <algorithm>
 #include <cstring>
 #include <gtest/gtest.h>
 
@@ -52,10 +53,10 @@ DibHeader makeHeader(int width, int height, int bits, uint32_t colorsUsed)
 
 Bytes makeBlock(const DibHeader &header, std::span<const uint8_t> palette, std::span<const uint8_t> rows)
 {
-    Bytes block(sizeof header);
+    Bytes block(sizeof header + palette.size() + rows.size());
     std::memcpy(block.data(), &header, sizeof header);
-    block.insert(block.end(), palette.begin(), palette.end());
-    block.insert(block.end(), rows.begin(), rows.end());
+    std::copy(palette.begin(), palette.end(), block.begin() + sizeof header);
+    std::copy(rows.begin(), rows.end(), block.end() - static_cast<std::ptrdiff_t>(rows.size()));
     return block;
 }
 
