@@ -6,7 +6,8 @@
 
 namespace velmont {
 
-EffectFrame::EffectFrame(void *dib) : sourceHandle_(dib), sourceLock_(dib)
+EffectFrame::EffectFrame(void *dib, const FrameSteps &steps)
+    : steps_(steps), sourceHandle_(dib), sourceLock_(dib)
 {
     source_ = Dib::examine(sourceLock_.bytes(), KelMemSize(sourceHandle_));
 }
@@ -23,9 +24,10 @@ bool EffectFrame::serves(std::initializer_list<int> depths) const
     return source_ && std::find(depths.begin(), depths.end(), source_->bitCount()) != depths.end();
 }
 
-bool EffectFrame::begin(const ResultPlan &plan)
+bool EffectFrame::allocate(const ResultPlan &plan)
 {
-    showWaitCursor();
+    if (steps_.waitCursor)
+        showWaitCursor();
     const std::size_t bytes = std::max(plan.layout.totalBytes(), plan.minimumBytes);
     resultHandle_ = allocateBlock(KEL_MEM_MOVEABLE | KEL_MEM_ZERO, bytes, plan.contents);
     if (resultHandle_)
@@ -33,16 +35,24 @@ bool EffectFrame::begin(const ResultPlan &plan)
     if (!resultHandle_ || !resultLock_->bytes()) {
         if (resultHandle_)
             KelMemFree(std::exchange(resultHandle_, nullptr));
-        showArrowCursor();
+        if (steps_.arrowCursor)
+            showArrowCursor();
         sourceLock_.unlock();
         return false;
     }
     result_ = Dib::withLayout(resultLock_->bytes(), bytes, plan.layout);
-    AbortImageProcessing(); // its answer is dropped: hosts rely on the call
-    const std::size_t headerBytes = plan.headerBytes ? plan.headerBytes : source_->header().biSize;
-    // A callback may have written into the header meanwhile, so both blocks bound the copy.
-    std::memcpy(result_->block(), source_->block(), std::min({headerBytes, bytes, source_->blockBytes()}));
     return true;
+}
+
+void EffectFrame::open(std::size_t headerBytes)
+{
+    if (steps_.droppedPoll)
+        AbortImageProcessing(); // its answer is dropped: hosts rely on the call
+    if (headerBytes == 0)
+        headerBytes = source_->header().biSize;
+    // A callback may have written into the header meanwhile, so both blocks bound the copy.
+    std::memcpy(result_->block(), source_->block(),
+                std::min({headerBytes, result_->blockBytes(), source_->blockBytes()}));
 }
 
 void EffectFrame::copyPalette()
@@ -60,7 +70,8 @@ void *EffectFrame::finish()
     if (aborted_)
         KelMemFree(handle);
     ShowImageProcessing(100);
-    showArrowCursor();
+    if (steps_.arrowCursor)
+        showArrowCursor();
     return aborted_ ? nullptr : handle;
 }
 

@@ -22,6 +22,13 @@
 
 namespace velmont {
 
+/// The steps of the frame that an effect can leave out. An effect that does says so where it makes its frame.
+struct FrameSteps {
+    bool waitCursor = true;  ///< before the result is allocated
+    bool droppedPoll = true; ///< the abort poll whose answer is dropped
+    bool arrowCursor = true; ///< at the end, and where the allocation failed
+};
+
 /// What an effect's result is to be.
 struct ResultPlan {
     DibLayout layout; ///< where the rows of the result lie
@@ -34,7 +41,7 @@ struct ResultPlan {
 
 class EffectFrame {
 public:
-    explicit EffectFrame(void *dib);
+    explicit EffectFrame(void *dib, const FrameSteps &steps = {});
     ~EffectFrame();
     EffectFrame(const EffectFrame &) = delete;
     EffectFrame &operator=(const EffectFrame &) = delete;
@@ -48,6 +55,10 @@ public:
     bool begin(const ResultPlan &plan);
     /// A zero-filled result laid out like the source.
     bool begin() { return begin({source_->layout()}); }
+    /// The first half of begin(): wait cursor, the result's block and its lock.
+    bool allocate(const ResultPlan &plan);
+    /// The second half: the dropped poll, and the header (0 bytes stand for the source's biSize).
+    void open(std::size_t headerBytes = 0);
     Dib &result() { return *result_; }
 
     /// Copies as much palette as the result's layout has, as it stands.
@@ -63,7 +74,10 @@ public:
                 palette[i] = map(palette[i]);
     }
     /// The rows of the source; an abort ends the range and the effect.
-    RowLoop rows() { return {source_->height(), aborted_}; }
+    RowLoop rows(RowCadence cadence = {}) { return {source_->height(), aborted_, cadence}; }
+    /// Ends the effect as an abort does: the ranges over rows are empty from now on.
+    void abort() { aborted_ = true; }
+    bool isAborted() const { return aborted_; }
 
     /// Ends the work: unlocks both blocks, frees the result after an abort, reports 100, shows the arrow
     /// cursor.
@@ -71,6 +85,7 @@ public:
     void *finish();
 
 private:
+    FrameSteps steps_;
     void *sourceHandle_;
     BlockLock sourceLock_;
     std::optional<Dib> source_;

@@ -8,13 +8,21 @@
 
 namespace velmont {
 
-/// A range over rows 0 to rows - 1. Before each row AbortImageProcessing is polled, and any answer but 0 ends
-/// the range and sets `aborted`; then, before every sixteenth row, progress is reported. A range that starts
-/// when `aborted` is set already is empty and polls nothing, so that an abort in one pass skips the later
-/// ones.
+/// How often a range over rows speaks to the host.
+struct RowCadence {
+    int pollEvery = 1;    ///< rows from one abort poll to the next
+    int reportEvery = 16; ///< rows from one progress report to the next; 0 reports nothing
+};
+
+/// A range over rows 0 to rows - 1. Before each row AbortImageProcessing is polled, and any answer but 0 ends the
+/// range and sets `aborted`; then, before every sixteenth row, progress is reported. A range that starts when
+/// `aborted` is set already is empty and polls nothing, so that an abort in one pass skips the later ones.
 class RowLoop {
 public:
-    RowLoop(int rows, bool &aborted) : rows_(rows), aborted_(aborted) {}
+    RowLoop(int rows, bool &aborted, RowCadence cadence = {})
+        : rows_(rows), aborted_(aborted), cadence_(cadence)
+    {
+    }
 
     struct End {};
 
@@ -35,9 +43,10 @@ public:
         {
             if (*this == End{})
                 return;
-            if (AbortImageProcessing() != 0)
+            const RowCadence &cadence = loop_.cadence_;
+            if (row_ % cadence.pollEvery == 0 && AbortImageProcessing() != 0)
                 loop_.aborted_ = true;
-            else if ((row_ & 15) == 0)
+            else if (cadence.reportEvery != 0 && row_ % cadence.reportEvery == 0)
                 ShowImageProcessing(loop_.percentAt(row_));
         }
 
@@ -54,6 +63,7 @@ private:
 
     int rows_;
     bool &aborted_;
+    RowCadence cadence_;
 };
 
 } // namespace velmont
