@@ -24,6 +24,14 @@ bool EffectFrame::serves(std::initializer_list<int> depths) const
     return source_ && std::find(depths.begin(), depths.end(), source_->bitCount()) != depths.end();
 }
 
+bool EffectFrame::begin(const ResultPlan &plan)
+{
+    if (!allocate(plan))
+        return false;
+    open(plan.headerBytes);
+    return true;
+}
+
 bool EffectFrame::allocate(const ResultPlan &plan)
 {
     if (steps_.waitCursor)

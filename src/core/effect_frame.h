@@ -50,8 +50,8 @@ public:
     bool serves(std::initializer_list<int> depths) const;
     const Dib &source() const { return *source_; }
 
-    /// Starts the work. On failure everything is as it was, but for the cursors shown, and the effect returns
-    /// 0.
+    /// Starts the work: allocate() and open(). On failure everything is as it was, but for the cursors shown, and
+    /// the effect returns 0.
     bool begin(const ResultPlan &plan);
     /// A zero-filled result laid out like the source.
     bool begin() { return begin({source_->layout()}); }
