@@ -30,7 +30,8 @@ protected:
     void writeText(const std::string &name, const std::string &text) const;
 
     /// Expects a refusal: the exit code, one line on standard error, nothing on standard output.
-    void expectRefusal(const std::vector<std::string> &arguments, int exitCode, const std::string &line) const;
+    void expectRefusal(const std::vector<std::string> &arguments, int exitCode,
+                       const std::string &line) const;
     /// Expects success without a word.
     void expectSilence(const std::vector<std::string> &arguments) const;
 

@@ -40,7 +40,8 @@ DibColor entry(Kind kind, uint32_t index)
     const auto level = static_cast<uint8_t>(kind == Kind::OneBit ? index * 255 : index);
     if (kind == Kind::OneBit || kind == Kind::Gray)
         return {level, level, level, 0};
-    return {static_cast<uint8_t>(index * 7), static_cast<uint8_t>(255 - index), static_cast<uint8_t>(index * 16), 0};
+    return {static_cast<uint8_t>(index * 7), static_cast<uint8_t>(255 - index),
+            static_cast<uint8_t>(index * 16), 0};
 }
 
 void fillRow(uint8_t *row, std::size_t usedBits, std::size_t seed)
@@ -97,15 +98,25 @@ io::DibHandle makeDib(Kind kind, int width, int height)
     const std::size_t palette = std::size_t{4} * shape.paletteEntries;
     io::DibHandle dib(KelMemAlloc(KEL_MEM_ZERO, sizeof(DibHeader) + palette + pixels));
     auto *const block = static_cast<uint8_t *>(KelMemLock(dib.get()));
-    const DibHeader header{40,   width, height, 1, shape.bits, 0, static_cast<uint32_t>(pixels), 2835, 2835,
-                           shape.paletteEntries, shape.paletteEntries};
+    const DibHeader header{40,
+                           width,
+                           height,
+                           1,
+                           shape.bits,
+                           0,
+                           static_cast<uint32_t>(pixels),
+                           2835,
+                           2835,
+                           shape.paletteEntries,
+                           shape.paletteEntries};
     std::memcpy(block, &header, sizeof header);
     for (uint32_t i = 0; i < shape.paletteEntries; ++i) {
         const DibColor colour = entry(kind, i);
         std::memcpy(block + sizeof header + std::size_t{4} * i, &colour, sizeof colour);
     }
     for (std::size_t y = 0; y < static_cast<std::size_t>(height); ++y)
-        fillRow(block + sizeof header + palette + y * stride, static_cast<std::size_t>(width) * shape.bits, y);
+        fillRow(block + sizeof header + palette + y * stride, static_cast<std::size_t>(width) * shape.bits,
+                y);
     KelMemUnlock(dib.get());
     return dib;
 }

@@ -41,7 +41,8 @@ std::string contents(int file)
 }
 
 /// A shell's child: default signals, the standard files at their places.
-pid_t spawn(const std::filesystem::path &folder, const std::vector<std::string> &command, int output, int error)
+pid_t spawn(const std::filesystem::path &folder, const std::vector<std::string> &command, int output,
+            int error)
 {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
@@ -83,7 +84,8 @@ bool catches(pid_t process, int signal)
 
 } // namespace
 
-Program::Program(const std::filesystem::path &folder, const std::vector<std::string> &command, Terminal terminal)
+Program::Program(const std::filesystem::path &folder, const std::vector<std::string> &command,
+                 Terminal terminal)
 {
     output_ = emptyFile("stdout");
     if (terminal == Terminal::Yes) {
@@ -123,12 +125,18 @@ bool Program::waitUntilCatching(int signal)
     return waitUntil([&] { return catches(process_, signal) || ended(); }) && !ended_;
 }
 
+bool Program::waitUntilNotCatching(int signal)
+{
+    return waitUntil([&] { return !catches(process_, signal) || ended(); }) && !ended_;
+}
+
 bool Program::waitUntilShown(const std::string &text)
 {
     return waitUntil([&] {
-        readTerminal();
-        return shown_.find(text) != std::string::npos || ended();
-    }) && shown_.find(text) != std::string::npos;
+               readTerminal();
+               return shown_.find(text) != std::string::npos || ended();
+           }) &&
+           shown_.find(text) != std::string::npos;
 }
 
 Outcome Program::finish()

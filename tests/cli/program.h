@@ -38,6 +38,8 @@ public:
     void send(int signal) const;
     /// Waits until the program would survive a signal, because it looks after it.
     bool waitUntilCatching(int signal);
+    /// Waits until it does so no more.
+    bool waitUntilNotCatching(int signal);
     /// Waits until the terminal shows a text.
     bool waitUntilShown(const std::string &text);
     /// Waits for the end.

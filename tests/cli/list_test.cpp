@@ -1,0 +1,177 @@
+#include "catalogue/effect.h"
+#include "cli_test.h"
+#include "info.h"
+#include "made_up_effects.h"
+#include "text.h"
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+namespace velmont::test {
+
+namespace {
+
+using catalogue::Effect;
+using catalogue::Field;
+using nlohmann::json;
+
+class List : public CliTest {};
+class Info : public CliTest {};
+
+std::vector<std::string> linesOf(const std::string &text)
+{
+    std::istringstream stream(text);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+bool hasWord(const std::string &line, std::string_view word)
+{
+    return cli::concat(" ", line, " ").find(cli::concat(" ", word, " ")) != std::string::npos;
+}
+
+TEST_F(List, HasALineForEveryEffectUnderItsFamily)
+{
+    const Outcome outcome = run({"list"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(outcome.err, "");
+    std::string family;
+    std::size_t found = 0;
+    for (const std::string &line : linesOf(outcome.out)) {
+        if (line.empty())
+            continue;
+        if (line.front() != ' ') {
+            family = line;
+            continue;
+        }
+        ASSERT_LT(found, catalogue::effects().size());
+        const Effect &effect = catalogue::effects()[found++];
+        EXPECT_EQ(family, catalogue::familyName(effect.family));
+        EXPECT_TRUE(hasWord(line, effect.name)) << line;
+        EXPECT_TRUE(hasWord(line, effect.help)) << line;
+        EXPECT_TRUE(hasWord(line, effect.code ? std::to_string(*effect.code) : "-")) << line;
+    }
+    EXPECT_EQ(found, catalogue::effects().size());
+}
+
+void expectField(const json &object, const Field &field)
+{
+    EXPECT_EQ(object.size(), 8u);
+    EXPECT_EQ(object.at("name"), field.name);
+    EXPECT_EQ(object.at("unit"), field.unit);
+    EXPECT_EQ(object.at("min"), field.minimum);
+    EXPECT_EQ(object.at("max"), field.maximum);
+    EXPECT_EQ(object.at("default"), field.defaultValue);
+    EXPECT_EQ(object.at("help"), field.help);
+    ASSERT_EQ(object.at("choices").size(), field.choices.size());
+    for (std::size_t i = 0; i < field.choices.size(); ++i) {
+        EXPECT_EQ(object.at("choices")[i].at("name"), field.choices[i].name);
+        EXPECT_EQ(object.at("choices")[i].at("value"), field.choices[i].value);
+    }
+    const bool whole = object.at("type") == "int32" || object.at("type") == "uint32";
+    EXPECT_EQ(whole, field.type == catalogue::FieldType::Int32 || field.type == catalogue::FieldType::UInt32);
+    EXPECT_EQ(object.at("default").is_number_integer(), whole);
+}
+
+void expectEffect(const json &object, const Effect &effect)
+{
+    EXPECT_EQ(object.size(), 9u);
+    EXPECT_EQ(object.at("name"), effect.name);
+    EXPECT_EQ(object.at("export"), effect.exportName);
+    if (effect.code)
+        EXPECT_EQ(object.at("code"), *effect.code);
+    else
+        EXPECT_TRUE(object.at("code").is_null());
+    EXPECT_EQ(object.at("family"), catalogue::familyName(effect.family));
+    EXPECT_EQ(object.at("help"), effect.help);
+    EXPECT_EQ(object.at("record"), effect.recordName);
+    EXPECT_EQ(object.at("random"), effect.random);
+    unsigned depths = 0;
+    for (unsigned depth = 1; depth <= catalogue::Depth24; depth *= 2) {
+        for (const json &name : object.at("depths"))
+            depths |= name == catalogue::depthName(static_cast<catalogue::Depth>(depth)) ? depth : 0;
+    }
+    EXPECT_EQ(depths, effect.depths);
+    ASSERT_EQ(object.at("fields").size(), effect.fields.size());
+    for (std::size_t i = 0; i < effect.fields.size(); ++i)
+        expectField(object.at("fields")[i], effect.fields[i]);
+}
+
+TEST_F(List, JsonIsTheWholeCatalogue)
+{
+    const Outcome outcome = run({"list", "--json"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    const json list = json::parse(outcome.out);
+    ASSERT_TRUE(list.is_array());
+    ASSERT_EQ(list.size(), catalogue::effects().size());
+    for (std::size_t i = 0; i < list.size(); ++i)
+        expectEffect(list[i], catalogue::effects()[i]);
+}
+
+TEST_F(List, SaysWhenItCannotWrite)
+{
+    const Outcome outcome =
+        Program(folder(), {"/bin/sh", "-c", "exec \"$0\" list > /dev/full", programPath()}).finish();
+    EXPECT_EQ(outcome.exitCode, 4);
+    EXPECT_EQ(outcome.err, "velmont: standard output cannot be written\n");
+}
+
+TEST_F(Info, TellsAllAboutEveryEffect)
+{
+    for (const Effect &effect : catalogue::effects()) {
+        const Outcome outcome = run({"info", std::string(effect.name)});
+        EXPECT_EQ(outcome.exitCode, 0);
+        EXPECT_EQ(outcome.err, "");
+        EXPECT_EQ(outcome.out, cli::infoText(effect));
+    }
+}
+
+TEST_F(Info, TextHasEveryField)
+{
+    EXPECT_EQ(cli::infoText(blend()), R"(blend: help
+
+family   filters
+export   None
+code     none, by name only
+depths   1-bit, 4-bit, 8-bit gray, 8-bit paletted and 24-bit
+random   no
+
+fields
+  amount  help
+          a whole number from -10 to 10; unit: pixels; default: 3
+  ratio   help
+          a number from 0 to 1; default: 0.25
+  colour  help
+          a colour as #rrggbb; default: #112233
+  mode    help
+          one of soft, hard; default: soft
+
+example
+  velmont apply blend amount=3 ratio=0.25 'colour=#112233' mode=soft photo.png -o result.png
+)");
+}
+
+TEST_F(Info, ExamplesRunAsTheyAre)
+{
+    for (const Effect &effect : catalogue::effects()) {
+        save(Kind::Gray, 20, 15, file("photo.png"));
+        const std::string text = run({"info", std::string(effect.name)}).out;
+        const std::size_t start = text.rfind("velmont apply ") + 8;
+        const std::string example = text.substr(start, text.size() - start - 1) + " --convert --force";
+        const Outcome outcome =
+            Program(folder(), {"/bin/sh", "-c", "exec \"$0\" " + example, programPath()}).finish();
+        EXPECT_EQ(outcome.exitCode, 0) << example << "\n" << outcome.err;
+    }
+}
+
+TEST_F(Info, RefusesWhatIsNoEffect)
+{
+    expectRefusal({"info"}, 2, "info needs the name of an effect");
+    expectRefusal({"info", "negativ"}, 2, "there is no effect \"negativ\"; did you mean negative?");
+    expectRefusal({"info", "negative", "more"}, 2, "info: unexpected word \"more\"");
+}
+
+} // namespace
+
+} // namespace velmont::test

@@ -1,0 +1,161 @@
+#include "made_up_effects.h"
+#include "pictures.h"
+#include <array>
+#include <csignal>
+#include <cstring>
+#include <velmont/dib.h>
+#include <velmont/memory.h>
+
+namespace velmont::test {
+
+namespace {
+
+using catalogue::Choice;
+using catalogue::Effect;
+using catalogue::Family;
+using catalogue::Field;
+using catalogue::FieldType;
+
+template <auto Member>
+void store(void *record, double value)
+{
+    auto &member = static_cast<BlendRecord *>(record)->*Member;
+    member = static_cast<std::remove_reference_t<decltype(member)>>(value);
+}
+
+template <auto Member>
+double load(const void *record)
+{
+    return static_cast<const BlendRecord *>(record)->*Member;
+}
+
+template <auto Member>
+constexpr Field field(std::string_view name, FieldType type, std::string_view unit, double minimum,
+                      double maximum, double defaultValue, std::span<const Choice> choices = {})
+{
+    return {name,         type,   4,       unit,          minimum,     maximum,
+            defaultValue, "help", choices, store<Member>, load<Member>};
+}
+
+constexpr std::array kModes{Choice{"soft", 1}, Choice{"hard", 2}};
+constexpr std::array kBlendFields{
+    field<&BlendRecord::amount>("amount", FieldType::Int32, "pixels", -10, 10, 3),
+    field<&BlendRecord::ratio>("ratio", FieldType::Float, "", 0, 1, 0.25),
+    field<&BlendRecord::colour>("colour", FieldType::UInt32, "colour", 0, 0xFFFFFF, 0x332211),
+    field<&BlendRecord::mode>("mode", FieldType::Int32, "", 1, 2, 1, kModes),
+};
+
+constexpr Effect effect(std::string_view name, Family family, void *(*call)(void *, void *),
+                        std::span<const Field> fields = {}, std::size_t recordBytes = 0)
+{
+    return {name, "None", {}, family, "help", "", recordBytes, fields, catalogue::DepthAll, false, call};
+}
+
+constexpr std::array kMadeUp{
+    effect("blend", Family::Filters, nullptr, kBlendFields, sizeof(BlendRecord)),
+    effect("plain", Family::Filters, nullptr),
+};
+
+int changedRecords = 0;
+
+void *copyOf(void *dib)
+{
+    const unsigned long bytes = KelMemSize(dib);
+    void *const copy = KelMemAlloc(0, bytes);
+    std::memcpy(KelMemLock(copy), KelMemLock(dib), bytes);
+    KelMemUnlock(copy);
+    KelMemUnlock(dib);
+    return copy;
+}
+
+void *noResult(void *, void *)
+{
+    return nullptr;
+}
+
+void *source(void *dib, void *)
+{
+    return dib;
+}
+
+void *copyAndChangeRecord(void *dib, void *record)
+{
+    changedRecords += static_cast<BlendRecord *>(record)->amount == 1 ? 1 : 0;
+    static_cast<BlendRecord *>(record)->amount = 1;
+    return copyOf(dib);
+}
+
+void *wider(void *dib, void *)
+{
+    int width = 0, height = 0;
+    GetDibSize(dib, &width, &height);
+    return CreateDib(2 * width, height, 24, 0, 0);
+}
+
+void *copy(void *dib, void *)
+{
+    return copyOf(dib);
+}
+
+void *copyInterrupted(void *dib, void *)
+{
+    std::raise(SIGTERM);
+    return copyOf(dib);
+}
+
+constexpr Effect kReturnsNothing = effect("nothing", Family::Filters, noResult);
+constexpr Effect kReturnsItsSource = effect("source", Family::Filters, source);
+constexpr Effect kChangesItsRecord =
+    effect("changer", Family::Filters, copyAndChangeRecord, {}, sizeof(BlendRecord));
+constexpr Effect kWidens = effect("widen", Family::Filters, wider);
+constexpr Effect kMovesPixels = effect("move", Family::Geometry, copy);
+constexpr Effect kInterrupts = effect("interrupt", Family::Filters, copyInterrupted);
+
+} // namespace
+
+std::span<const Effect> madeUpEffects()
+{
+    return kMadeUp;
+}
+
+const Effect &blend()
+{
+    return kMadeUp[0];
+}
+
+const Effect &returnsNothing()
+{
+    return kReturnsNothing;
+}
+
+const Effect &returnsItsSource()
+{
+    return kReturnsItsSource;
+}
+
+const Effect &changesItsRecord()
+{
+    return kChangesItsRecord;
+}
+
+int changedRecordsSeen()
+{
+    return changedRecords;
+}
+
+const Effect &widens()
+{
+    return kWidens;
+}
+
+const Effect &movesPixels()
+{
+    return kMovesPixels;
+}
+
+const Effect &interrupts()
+{
+    return kInterrupts;
+}
+
+} // namespace velmont::test

@@ -1,0 +1,150 @@
+#include "chain.h"
+#include "exit_codes.h"
+#include "field_value.h"
+#include "nearest_name.h"
+#include "text.h"
+#include <algorithm>
+#include <utility>
+
+namespace velmont::cli {
+
+namespace {
+
+constexpr std::string_view kThen = "then";
+
+template <typename... Pieces>
+[[noreturn]] void refuse(const Pieces &...pieces)
+{
+    throw Failure(ExitCode::Usage, concat(pieces...));
+}
+
+bool isLetter(char character)
+{
+    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
+}
+
+bool isLetterOrDigit(char character)
+{
+    return isLetter(character) || (character >= '0' && character <= '9');
+}
+
+bool looksLikeFile(std::string_view word)
+{
+    return word.find_first_of("./\\") != std::string_view::npos;
+}
+
+std::string fieldsOf(const catalogue::Effect &effect)
+{
+    return effect.fields.empty() ? "; it takes none" : concat("; it takes ", joined(namesOf(effect.fields)));
+}
+
+/// Reads the words one after the other.
+class Parser {
+public:
+    explicit Parser(std::span<const catalogue::Effect> effects) : effects_(effects) {}
+
+    void take(const std::string &word)
+    {
+        if (effectIsNext_)
+            takeEffect(word);
+        else if (word == kThen)
+            effectIsNext_ = true;
+        else if (looksLikeField(word))
+            takeField(word);
+        else
+            takeInput(word);
+    }
+
+    Chain finish()
+    {
+        if (chain_.steps.empty())
+            refuse("apply needs an effect and an image");
+        if (effectIsNext_)
+            refuse("\"then\" at the end needs an effect after it");
+        if (chain_.input.empty())
+            refuse("no image is given");
+        return std::move(chain_);
+    }
+
+private:
+    void takeEffect(const std::string &word)
+    {
+        if (word == kThen || looksLikeField(word))
+            refuse("an effect is expected in place of ", inQuotes(word));
+        const catalogue::Effect &effect = requireEffect(effects_, word);
+        chain_.steps.push_back({&effect, catalogue::defaultRecord(effect)});
+        fieldsGiven_.clear();
+        effectIsNext_ = false;
+    }
+
+    void takeField(std::string_view word)
+    {
+        Step &step = chain_.steps.back();
+        const std::string_view name = word.substr(0, word.find('='));
+        const std::string_view value = word.substr(name.size() + 1);
+        const catalogue::Field &field = requireField(*step.effect, name);
+        if (std::ranges::find(fieldsGiven_, name) != fieldsGiven_.end())
+            refuse(step.effect->name, ": ", name, " is given twice");
+        fieldsGiven_.emplace_back(name);
+        field.store(step.record.bytes.data(), parseValue(*step.effect, field, value));
+    }
+
+    void takeInput(const std::string &word)
+    {
+        if (word.empty())
+            refuse("an image's name is empty");
+        if (!chain_.input.empty())
+            refuse("two images are given, ", inQuotes(chain_.input.string()), " and ", inQuotes(word),
+                   (isEffect(word) ? "; effects are joined by \"then\"" : ""));
+        chain_.input = word;
+    }
+
+    bool isEffect(std::string_view word) const
+    {
+        return std::ranges::find(effects_, word, &catalogue::Effect::name) != effects_.end();
+    }
+
+    static const catalogue::Field &requireField(const catalogue::Effect &effect, std::string_view name)
+    {
+        const auto field = std::ranges::find(effect.fields, name, &catalogue::Field::name);
+        if (field != effect.fields.end())
+            return *field;
+        const std::string near = didYouMean(name, namesOf(effect.fields));
+        refuse(effect.name, ": there is no field ", inQuotes(name), near.empty() ? fieldsOf(effect) : near);
+    }
+
+    std::span<const catalogue::Effect> effects_;
+    Chain chain_;
+    bool effectIsNext_ = true;
+    std::vector<std::string> fieldsGiven_; ///< to the last effect
+};
+
+} // namespace
+
+const catalogue::Effect &requireEffect(std::span<const catalogue::Effect> effects, std::string_view name)
+{
+    const auto effect = std::ranges::find(effects, name, &catalogue::Effect::name);
+    if (effect != effects.end())
+        return *effect;
+    std::string hint = didYouMean(name, namesOf(effects));
+    if (hint.empty())
+        hint = looksLikeFile(name) ? "; the effect comes before the image" : "; \"velmont list\" shows all";
+    refuse("there is no effect ", inQuotes(name), hint);
+}
+
+bool looksLikeField(std::string_view word)
+{
+    const std::string_view name = word.substr(0, word.find('='));
+    return name.size() < word.size() && !name.empty() && isLetter(name.front()) &&
+           std::ranges::all_of(name, isLetterOrDigit);
+}
+
+Chain parseChain(std::span<const std::string> words, std::span<const catalogue::Effect> effects)
+{
+    Parser parser(effects);
+    for (const std::string &word : words)
+        parser.take(word);
+    return parser.finish();
+}
+
+} // namespace velmont::cli

@@ -1,0 +1,46 @@
+#pragma once
+
+/// \file
+/// The words of `velmont apply`: effects with their fields, joined by `then`, and one image.
+///
+///     chain  = effect, { word }, { "then", effect, { word } }
+///     word   = name "=" value          a field of the effect before it; name is a letter, then letters and
+///     digits
+///            | anything else           the image, once
+///
+/// An image whose own name looks like a field, or is `then`, can be given with a folder: ./name.
+
+#include "catalogue/effect.h"
+#include <filesystem>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velmont::cli {
+
+/// One effect to run, with its parameters.
+struct Step {
+    const catalogue::Effect *effect;
+    catalogue::Record record;
+};
+
+/// Effects in the order in which they run, and the image that they start from.
+struct Chain {
+    std::vector<Step> steps;
+    std::filesystem::path input;
+};
+
+/// The effect of this name.
+/// \throws Failure with ExitCode::Usage that suggests a near name
+const catalogue::Effect &requireEffect(std::span<const catalogue::Effect> effects, std::string_view name);
+
+/// Whether a word is a field and its value.
+bool looksLikeField(std::string_view word);
+
+/// Understands the words.
+/// \param effects those that may be named
+/// \throws Failure with ExitCode::Usage that names what is wrong
+Chain parseChain(std::span<const std::string> words, std::span<const catalogue::Effect> effects);
+
+} // namespace velmont::cli

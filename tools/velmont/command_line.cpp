@@ -1,0 +1,244 @@
+#include "command_line.h"
+#include "apply.h"
+#include "exit_codes.h"
+#include "field_value.h"
+#include "info.h"
+#include "list.h"
+#include "nearest_name.h"
+#include "text.h"
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
+#include <velmont/version.h>
+
+namespace velmont::cli {
+
+namespace {
+
+constexpr auto kFooter = R"(Exit codes:
+  0    done
+  2    the command line is wrong: an option, an effect, a field or its value, or the output exists already
+  3    the image cannot be read, or an effect does not take its depth
+  4    the result cannot be written
+  5    an effect gave no result: out of memory, or nothing to do
+  130  aborted with Ctrl-C; nothing is written)";
+
+constexpr auto kApplyFooter =
+    R"(EFFECT is a name of "velmont list"; "velmont info EFFECT" shows its fields. "then" joins several effects, which
+run in memory from left to right. Values are whole numbers, numbers, #rrggbb or names. The format of INPUT is told
+by its contents, that of OUTPUT by its ending: .png, .jpg, .jpeg, .jpe, .bmp, .dib. An INPUT whose name looks like
+a field or is "then" is given as ./name, and one that starts with a dash as ./-name or behind "--".
+
+)";
+
+/// What the arguments said.
+struct Request {
+    bool json = false;
+    std::string effect;
+    std::vector<std::string> words;
+    std::string output;
+    std::optional<std::string> quality;
+    ApplyOptions apply;
+};
+
+/// Help with a usage line of its own.
+class Help : public CLI::Formatter {
+public:
+    explicit Help(std::string usage) : usage_(std::move(usage)) { column_width(22); }
+    std::string make_usage(const CLI::App *, std::string) const override
+    {
+        return concat("\nUsage: ", usage_, "\n");
+    }
+    /// Usage says more about positional words.
+    std::string make_positionals(const CLI::App *) const override { return {}; }
+
+private:
+    std::string usage_;
+};
+
+CLI::App *addCommand(CLI::App &app, const std::string &name, const std::string &words,
+                     const std::string &help)
+{
+    CLI::App *const command = app.add_subcommand(name, help);
+    command->formatter(std::make_shared<Help>(concat("velmont ", name, " ", words)));
+    return command;
+}
+
+void defineCommands(CLI::App &app, Request &request)
+{
+    app.formatter(std::make_shared<Help>("velmont COMMAND ..."));
+    app.require_subcommand(0, 1);
+    app.set_help_flag("-h,--help", "Show this help");
+    app.set_version_flag("--version", "velmont " VELMONT_VERSION, "Show the version");
+    app.footer(kFooter);
+
+    CLI::App *const list = addCommand(app, "list", "[--json]", "Show the effects");
+    list->add_flag("--json", request.json, "Everything about them, for programs");
+
+    CLI::App *const info = addCommand(app, "info", "EFFECT", "Show all about one effect");
+    info->add_option("EFFECT", request.effect, "A name of the list");
+
+    CLI::App *const apply = addCommand(
+        app, "apply", "EFFECT [field=value ...] [then EFFECT [field=value ...]]... INPUT -o OUTPUT",
+        "Run effects on an image");
+    apply->footer(concat(kApplyFooter, kFooter));
+    apply->add_option("words", request.words, "Effects with their fields, and the image");
+    apply->add_option("-o,--output", request.output, "The file to write")->type_name("FILE");
+    apply->add_flag("--force", request.apply.force, "Replace the output if it exists");
+    apply->add_flag("--convert", request.apply.run.convert,
+                    "Convert the image where an effect refuses its depth");
+    apply->add_option("--quality", request.quality, "Of a JPEG, 1 to 100")->type_name("N");
+    apply->add_flag("-q,--quiet", request.apply.run.quiet, "No notes and no progress");
+}
+
+template <typename... Pieces>
+[[noreturn]] void refuse(const Pieces &...pieces)
+{
+    throw Failure(ExitCode::Usage, concat(pieces...));
+}
+
+std::string didYouMeanOneOf(const std::string &word, const std::vector<std::string> &names)
+{
+    return didYouMean(word, std::vector<std::string_view>(names.begin(), names.end()));
+}
+
+std::string nearOption(const CLI::App &command, const std::string &option)
+{
+    std::vector<std::string> names;
+    for (const CLI::Option *known : command.get_options()) {
+        for (const std::string &name : known->get_lnames())
+            names.push_back(concat("--", name));
+    }
+    return didYouMeanOneOf(option.substr(0, option.find('=')), names);
+}
+
+std::string nearCommand(const CLI::App &app, const std::string &word)
+{
+    std::vector<std::string> names;
+    for (const CLI::App *command : app.get_subcommands([](const CLI::App *) { return true; }))
+        names.push_back(command->get_name());
+    return didYouMeanOneOf(word, names);
+}
+
+/// Says which word was one too many.
+[[noreturn]] void refuseExtra(const CLI::App &app)
+{
+    const std::string word = app.remaining(true).at(0);
+    const auto commands = app.get_subcommands();
+    if (word.starts_with('-'))
+        refuse("there is no option ", inQuotes(word),
+               nearOption(commands.empty() ? app : *commands.front(), word));
+    if (commands.empty())
+        refuse("there is no command ", inQuotes(word), nearCommand(app, word));
+    refuse(commands.front()->get_name(), ": unexpected word ", inQuotes(word));
+}
+
+/// Says which option has no value, or two.
+[[noreturn]] void refuseCount(const CLI::App &app, const std::string &message)
+{
+    const std::string name = message.substr(0, message.find(':'));
+    const auto commands = app.get_subcommands();
+    const CLI::Option *const option = (commands.empty() ? app : *commands.front()).get_option_no_throw(name);
+    refuse(name, option && option->count() > 1 ? " is given twice" : " needs a value");
+}
+
+/// Arguments in two parts: options and words, and the words behind "--".
+struct Arguments {
+    std::vector<std::string> free, literal;
+};
+
+Arguments splitArguments(std::span<char *const> arguments)
+{
+    const auto mark =
+        std::ranges::find_if(arguments, [](const char *word) { return std::string_view(word) == "--"; });
+    Arguments split{{arguments.begin(), mark}, {}};
+    if (mark != arguments.end())
+        split.literal.assign(mark + 1, arguments.end());
+    return split;
+}
+
+/// \return false when help or the version was asked for, and shown
+bool parse(CLI::App &app, std::vector<std::string> arguments)
+{
+    std::ranges::reverse(arguments);
+    try {
+        app.parse(std::move(arguments));
+    } catch (const CLI::Success &success) {
+        app.exit(success);
+        return false;
+    } catch (const CLI::ExtrasError &) {
+        refuseExtra(app);
+    } catch (const CLI::ArgumentMismatch &mismatch) {
+        refuseCount(app, mismatch.what());
+    } catch (const CLI::ParseError &error) {
+        refuse(error.what());
+    }
+    return true;
+}
+
+void print(const std::string &text)
+{
+    if (!std::cout.write(text.data(), static_cast<std::streamsize>(text.size())).flush())
+        throw Failure(ExitCode::Output, "standard output cannot be written");
+}
+
+int jpegQuality(const std::string &text)
+{
+    bool outOfRange = false;
+    const auto quality = parseWhole(text, outOfRange);
+    if (outOfRange || (quality && (*quality < 1 || *quality > 100)))
+        refuse("--quality=", text, " is out of range: a whole number from 1 to 100");
+    if (!quality)
+        refuse("--quality=", text, " is not understood: a whole number from 1 to 100");
+    return static_cast<int>(*quality);
+}
+
+void runList(const Request &request)
+{
+    print(request.json ? listJson() : listText());
+}
+
+void runInfo(const Request &request)
+{
+    if (request.effect.empty())
+        refuse("info needs the name of an effect");
+    print(infoText(requireEffect(catalogue::effects(), request.effect)));
+}
+
+void runApply(Request &request)
+{
+    request.apply.output = request.output;
+    if (request.quality)
+        request.apply.jpegQuality = jpegQuality(*request.quality);
+    runApply(request.words, request.apply);
+}
+
+} // namespace
+
+void runCommandLine(std::span<char *const> arguments)
+{
+    CLI::App app("Runs image effects on files.", "velmont");
+    Request request;
+    defineCommands(app, request);
+    const Arguments split = splitArguments(arguments);
+    if (!parse(app, split.free))
+        return;
+    if (!app.got_subcommand("apply") && !split.literal.empty())
+        refuse("unexpected word ", inQuotes(split.literal.front()));
+    request.words.insert(request.words.end(), split.literal.begin(), split.literal.end());
+    if (app.got_subcommand("apply"))
+        runApply(request);
+    else if (app.got_subcommand("info"))
+        runInfo(request);
+    else if (app.got_subcommand("list"))
+        runList(request);
+    else
+        refuse("usage: velmont list | info EFFECT | apply EFFECT ... INPUT -o OUTPUT; \"velmont --help\" "
+               "says more");
+}
+
+} // namespace velmont::cli

@@ -1,0 +1,19 @@
+#pragma once
+
+/// \file
+/// Ctrl-C: the first one asks for an orderly end, the second one ends at once.
+
+namespace velmont::cli {
+
+/// Makes SIGINT and SIGTERM remembered instead of deadly, once each. A signal that the program was started
+/// with ignored stays ignored.
+void watchInterrupts();
+
+/// Whether one of them came: an abort callback of the library.
+/// \return 1 or 0
+int interruptRequested();
+
+/// \throws Failure with ExitCode::Aborted when one of them came
+void stopIfInterrupted();
+
+} // namespace velmont::cli

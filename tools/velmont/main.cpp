@@ -1,0 +1,31 @@
+#include "command_line.h"
+#include "exit_codes.h"
+#include "notes.h"
+#include <exception>
+#include <new>
+
+using namespace velmont::cli;
+
+namespace {
+
+int fail(ExitCode code, const char *line)
+{
+    say(line);
+    return static_cast<int>(code);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    try {
+        runCommandLine({argv + (argc > 0 ? 1 : 0), argv + argc});
+        return static_cast<int>(ExitCode::Success);
+    } catch (const Failure &failure) {
+        return fail(failure.code(), failure.what());
+    } catch (const std::bad_alloc &) {
+        return fail(ExitCode::NoResult, "out of memory");
+    } catch (const std::exception &error) {
+        return fail(ExitCode::NoResult, error.what());
+    }
+}

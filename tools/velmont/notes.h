@@ -1,0 +1,13 @@
+#pragma once
+
+/// \file
+/// What the program says besides its results: lines on standard error.
+
+#include <string_view>
+
+namespace velmont::cli {
+
+/// One line behind the program's name, on standard error.
+void say(std::string_view line);
+
+} // namespace velmont::cli

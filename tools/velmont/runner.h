@@ -1,0 +1,50 @@
+#pragma once
+
+/// \file
+/// Runs the steps of a chain on one picture in memory.
+
+#include "chain.h"
+#include "io/picture.h"
+#include "progress.h"
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace velmont::cli {
+
+struct RunOptions {
+    bool convert = false; ///< bring the picture to a depth that an effect accepts, instead of refusing it
+    bool quiet = false;   ///< neither notes nor progress
+};
+
+/// A picture on its way through effects.
+class Runner {
+public:
+    /// \param picture replaced step by step
+    /// \param name of the picture in messages
+    Runner(io::Picture &picture, std::string name, RunOptions options);
+
+    /// Runs all steps, or throws Failure: for a depth that is refused (ExitCode::Input), an effect without a
+    /// result (ExitCode::NoResult) and an interrupt (ExitCode::Aborted). Alpha that no longer belongs to the
+    /// pixels is dropped and that is said.
+    void run(const std::vector<Step> &steps);
+
+private:
+    void runStep(const Step &step);
+    void makeAcceptable(const catalogue::Effect &effect, unsigned depth);
+    void call(const Step &step, const std::string &title);
+    void replaceDib(void *result);
+    void reviewAlpha(const catalogue::Effect &effect, bool sizeChanged);
+    [[noreturn]] void refuse(const catalogue::Effect &effect, unsigned depth) const;
+    std::string subject() const;
+    void note(const std::string &line) const;
+
+    io::Picture &picture_;
+    std::string name_;
+    RunOptions options_;
+    Progress progress_;
+    std::string lastEffect_;
+    std::string position_; ///< "2/3 " in front of an effect's name, when there are several
+};
+
+} // namespace velmont::cli
