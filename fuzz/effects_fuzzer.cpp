@@ -56,7 +56,7 @@ void applyEffect(void *dib, const catalogue::Effect &effect, catalogue::Record &
                  const Control &control)
 {
     limitCpuLevel(static_cast<CpuLevel>(control.cpuLevel % 3));
-    srand(1);
+    velmont::srand(1);
     pollsUntilAbort = control.abortAtPoll;
     SetProcessEnvironment(poll, nullptr);
     memory_hooks::failAllocation(control.failAllocation);

@@ -3,9 +3,10 @@
 /// \file
 /// Image files to `Dib` and back: PNG, JPEG and BMP.
 ///
-/// A file becomes the `Dib` of its own depth: 1-bit, 4-bit (2-bit files are widened), 8-bit paletted, 8-bit gray
-/// and 24-bit. Rows are turned so that row 0 of the `Dib` is the bottom line. The resolution travels both ways.
-/// Alpha is set aside in the picture and put back on writing.
+/// A file becomes the `Dib` of its own depth: 1-bit, 4-bit (2-bit files are widened), 8-bit paletted, 8-bit
+/// gray and 24-bit; 16 bits a channel are rounded to 8. Rows are turned so that row 0 of the `Dib` is the
+/// bottom line. The resolution travels both ways. Alpha is set aside in the picture and put back on writing.
+/// Colour profiles, gamma and the camera's notes are not read.
 
 #include "io/dib_handle.h"
 #include <cstdint>
@@ -30,8 +31,8 @@ enum class Format { Bmp, Jpeg, Png };
 /// An image in memory.
 struct Picture {
     DibHandle dib;
-    /// Alpha beside the image, 255 opaque: width * height bytes without padding, in the row order of the `Dib`;
-    /// empty when the picture is opaque.
+    /// Alpha beside the image, 255 opaque: width * height bytes without padding, in the row order of the
+    /// `Dib`; empty when the file has none. With alpha all images but gray ones are written in full colour.
     std::vector<uint8_t> alpha;
 };
 
@@ -60,8 +61,9 @@ std::vector<uint8_t> encode(const Picture &picture, Format format, const EncodeO
 
 enum class Existing { Keep, Replace };
 
-/// Writes a file whole or not at all: under a temporary name in the same folder, then renamed.
-/// \throws Error that names the file; with Existing::Keep also when the name is taken.
+/// Writes a file whole or not at all: under a temporary name in the same folder, then renamed. A file that is
+/// replaced leaves its permissions to the new one; a link stays, and the file behind it is replaced.
+/// \throws Error that names the file; with Existing::Keep also when the name is taken, even if only since.
 void writeFile(const std::filesystem::path &path, std::span<const uint8_t> bytes, Existing existing);
 
 } // namespace velmont::io

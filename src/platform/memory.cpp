@@ -30,7 +30,7 @@ constexpr bool kExactBlocks = false;
 
 constexpr std::size_t kLargeBlock = std::size_t{1} << 20;
 constexpr std::size_t kMappingUnit = std::size_t{64} << 10;
-constexpr std::size_t kLargestBlock = sizeof(void *) == 8 ? SIZE_MAX >> 24 : SIZE_MAX / 2; // 1 TiB, 2 GiB
+constexpr std::size_t kLargestBlock = sizeof(void *) == 8 ? SIZE_MAX >> 25 : SIZE_MAX / 2; // 512 GiB, 2 GiB
 constexpr std::size_t kKeptBlocks = 4;
 constexpr std::size_t kKeptBytes = std::size_t{sizeof(void *) == 8 ? 256 : 64} << 20;
 
@@ -498,8 +498,8 @@ void *KelMemReAlloc(void *handle, unsigned long bytes, unsigned int flags)
     Service &state = service();
     const std::lock_guard guard(state.mutex);
     Block *const current = state.table.find(handle);
-    if (!current)
-        return nullptr;
+    if (!current || current->storage.capacity < bytes)
+        return nullptr; // freed or resized by another thread, against the rules
     resizeInPlace(*current, bytes, flags, fillByte);
     return handle;
 }

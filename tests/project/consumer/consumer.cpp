@@ -9,6 +9,7 @@ int main()
     const bool isBlack = CheckDibColor(black, 0x00000000) == 0;
     KelMemFree(black);
     KelMemFree(white);
-    std::printf("Velmont %s: the negative of white is %s\n", VELMONT_VERSION, isBlack ? "black" : "not black");
+    std::printf("Velmont %s: the negative of white is %s\n", VELMONT_VERSION,
+                isBlack ? "black" : "not black");
     return isBlack ? 0 : 1;
 }

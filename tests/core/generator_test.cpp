@@ -1,0 +1,77 @@
+#include "core/generator.h"
+#include <gtest/gtest.h>
+#include <thread>
+#include <vector>
+
+namespace velmont::testing {
+
+namespace {
+
+std::vector<int> draw(int count)
+{
+    std::vector<int> numbers;
+    for (int i = 0; i < count; ++i)
+        numbers.push_back(velmont::rand());
+    return numbers;
+}
+
+/// In a thread of its own, whose stream nobody has drawn from.
+std::vector<int> drawInNewThread(int count)
+{
+    std::vector<int> numbers;
+    std::thread([&] { numbers = draw(count); }).join();
+    return numbers;
+}
+
+} // namespace
+
+// From state 1 the states are 2745024, 3357800067, 415139642, 3884216597, 3403800452, 1030492215: each the
+// one before times 214013 plus 2531011, its low 32 bits. A number is bits 16 to 30 of a state, as in
+// 2745024 / 65536 = 41 and 3357800067 / 65536 - 32768 = 18467.
+TEST(GeneratorTest, StartsAtOne)
+{
+    EXPECT_EQ(drawInNewThread(6), (std::vector{41, 18467, 6334, 26500, 19169, 15724}));
+}
+
+TEST(GeneratorTest, SeedSetsTheState)
+{
+    velmont::srand(1);
+    EXPECT_EQ(draw(2), (std::vector{41, 18467}));
+    // 2531011 / 65536 = 38; 2531011 * 214013 + 2531011 = 541671788154, of which 505908858 is left in 32
+    // bits, and 505908858 / 65536 = 7719.
+    velmont::srand(0);
+    EXPECT_EQ(draw(2), (std::vector{38, 7719}));
+    velmont::srand(0);
+    EXPECT_EQ(draw(1), (std::vector{38}));
+    // -214013 + 2531011 = 2316998; 2316998 / 65536 = 35
+    velmont::srand(0xFFFFFFFF);
+    EXPECT_EQ(draw(1), (std::vector{35}));
+}
+
+TEST(GeneratorTest, FollowsTheRecurrenceForLong)
+{
+    velmont::srand(2);
+    unsigned long long state = 2;
+    for (int i = 0; i < 100000; ++i) {
+        state = (state * 214013 + 2531011) % 4294967296;
+        ASSERT_EQ(velmont::rand(), static_cast<int>(state / 65536 % 32768)) << i;
+    }
+}
+
+TEST(GeneratorTest, EachThreadHasItsOwnStream)
+{
+    velmont::srand(3);
+    const std::vector<int> alone = draw(4);
+    velmont::srand(3);
+    std::vector<int> numbers = draw(2);
+    std::thread([] {
+        velmont::srand(99);
+        draw(10);
+    }).join();
+    EXPECT_EQ(drawInNewThread(1), (std::vector{41})) << "a new thread starts at 1 whatever others did";
+    const std::vector<int> rest = draw(2);
+    numbers.insert(numbers.end(), rest.begin(), rest.end());
+    EXPECT_EQ(numbers, alone);
+}
+
+} // namespace velmont::testing
