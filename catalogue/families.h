@@ -44,19 +44,15 @@ constexpr FieldType typeOf()
     }
 }
 
-/// The value as the field's type holds it: cut to its range, 0 for what is not a number.
+/// The value as the field's type holds it: cut to its range; as an integer 0 for what is not a number.
 template <typename Value>
 Value heldTo(double value)
 {
-    if constexpr (std::is_integral_v<Value>) {
-        if (std::isnan(value))
-            return 0;
-        constexpr double kLowest = std::numeric_limits<Value>::min(),
-                         kHighest = std::numeric_limits<Value>::max();
-        return static_cast<Value>(std::clamp(value, kLowest, kHighest));
-    } else {
-        return static_cast<Value>(value);
-    }
+    if (std::isnan(value))
+        return std::numeric_limits<Value>::quiet_NaN(); // 0 for integers
+    constexpr double kLowest = std::numeric_limits<Value>::lowest(),
+                     kHighest = std::numeric_limits<Value>::max();
+    return static_cast<Value>(std::clamp(value, kLowest, kHighest));
 }
 
 } // namespace detail

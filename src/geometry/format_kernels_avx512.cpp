@@ -34,9 +34,9 @@ struct Selection {
 
 /// Lookups that the three channels' shares of gray, rounded each by itself, are read from.
 struct ShareTables {
-    alignas(64) uint8_t blue[256], green[256], red[256];
+    alignas(64) uint8_t blue[256]{}, green[256]{}, red[256]{};
 
-    ShareTables()
+    constexpr ShareTables()
     {
         for (unsigned i = 0; i < 256; ++i) {
             blue[i] = grayShare(29, i);
@@ -50,7 +50,8 @@ struct ShareTables {
 
 void bgrToGrayAvx512(uint8_t *to, const uint8_t *from, std::size_t pixels)
 {
-    static const ShareTables shares;
+    static constexpr ShareTables
+        shares; // made at compile time: no shared function is compiled for AVX-512 here
     const Table blueShare(shares.blue), greenShare(shares.green), redShare(shares.red);
     const Selection blue([](int i) { return 3 * i; }), green([](int i) { return 3 * i + 1; }),
         red([](int i) { return 3 * i + 2; });
