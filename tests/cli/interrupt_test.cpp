@@ -53,6 +53,8 @@ TEST_F(Interrupt, StopsALongRunAndWritesNothing)
 
 TEST_F(Interrupt, StopsInTheMiddleOfAnEffect)
 {
+    if (!hasTerminals())
+        GTEST_SKIP() << "this system has no pseudo terminals";
     Program program(folder(), longRun(), Terminal::Yes);
     ASSERT_TRUE(program.waitUntilShown("2/5001 negative"));
     program.send(SIGINT);

@@ -84,6 +84,16 @@ bool catches(pid_t process, int signal)
 
 } // namespace
 
+bool hasTerminals()
+{
+    int master = -1, slave = -1;
+    if (openpty(&master, &slave, nullptr, nullptr, nullptr) != 0)
+        return false;
+    close(master);
+    close(slave);
+    return true;
+}
+
 Program::Program(const std::filesystem::path &folder, const std::vector<std::string> &command,
                  Terminal terminal)
 {

@@ -22,6 +22,8 @@ struct Outcome {
 /// Where standard error goes.
 enum class Terminal { No, Yes };
 inline constexpr int kTerminalColumns = 50;
+/// Whether this system has pseudo terminals to run programs in; some containers have none.
+bool hasTerminals();
 
 /// One run of a program; it is killed when it takes more than a minute or is left behind.
 class Program {

@@ -37,6 +37,11 @@ TEST(ProgressLine, FitsEveryWidth)
 class ProgressBar : public CliTest {
 protected:
     ProgressBar() { save(Kind::Colour, 600, 400, file("in.bmp")); }
+    void SetUp() override
+    {
+        if (!hasTerminals())
+            GTEST_SKIP() << "this system has no pseudo terminals";
+    }
     Outcome onTerminal(std::vector<std::string> arguments) const
     {
         return Program(folder(), command(arguments), Terminal::Yes).finish();
