@@ -105,9 +105,10 @@ std::vector<std::vector<uint8_t>> fuzzSeeds()
             const std::size_t stride = static_cast<std::size_t>((kWidth * bits + 31) / 32 * 4);
             const DibHeader header{40, kWidth, kHeight, 1,      static_cast<uint16_t>(bits), 0, 0,
                                    0,  0,      entries, entries};
-            std::vector<uint8_t> seed{static_cast<uint8_t>(effect), 0, 0, 0, 2, 0};
-            const auto *const bytes = reinterpret_cast<const uint8_t *>(&header);
-            seed.insert(seed.end(), bytes, bytes + sizeof header);
+            std::vector<uint8_t> seed(sizeof(Control) + sizeof header);
+            const Control control{static_cast<uint8_t>(effect), 0, 0, 0, 2, 0};
+            std::memcpy(seed.data(), &control, sizeof control);
+            std::memcpy(seed.data() + sizeof control, &header, sizeof header);
             for (uint32_t i = 0; i < entries; ++i)
                 seed.insert(seed.end(), 4, static_cast<uint8_t>(i));
             for (std::size_t i = 0; i < stride * kHeight; ++i)
