@@ -15,6 +15,45 @@
 /// palette entries here, whatever biClrUsed says; it is refused when they and the rows do not fit its block.
 VELMONT_API void *ProcessNegative(void *dib);
 
+/// The record of ProcessBrightnessAndContrast.
+struct tagParamBrightnessContrast {
+    int32_t channel;    ///< 0 all, 1 red, 2 green, any other value blue
+    int32_t brightness; ///< levels added, held to -128..127
+    int32_t contrast;   ///< levels cut off at either end, held to -128..127; below 0 the range is narrowed
+};
+
+/// Brightness and contrast: level i becomes 0 where i + brightness is below the contrast, 255 where it is above
+/// 255 minus the contrast, and is spread evenly between. A gray image changes with channels 0 and 1 only.
+/// Depths: 24 bits, 8 bits and 4 bits; palettes are changed in place of pixels, and their reserved bytes become
+/// 0. Brightness and contrast both 0 give 0: nothing to do. The wait cursor is shown first of all and stays when
+/// the handle or the record is null; every other refusal brings the arrow back. A palette's rows poll and report
+/// at every 32nd row.
+VELMONT_API void *ProcessBrightnessAndContrast(void *dib, tagParamBrightnessContrast *param);
+
+/// Brightness by a scale. Depths: 24 bits and 8 bits gray. Progress and abort, but never a cursor.
+/// \param scale above 0 brightens: level i becomes (255 * i + scale / 2) / scale, so that 255 changes nothing;
+/// 0 and below darkens: (-scale * i + 127) / 255, so that -255 changes nothing and 0 turns all black. Any value
+/// is allowed; results are held to 0..255.
+VELMONT_API void *ProcessBrightnessScale(void *dib, int scale);
+
+/// Lifts the shadows: level i becomes 255 * ln(i + 1) / ln(256), rounded. Depths: 24 bits, 8 bits and 4 bits;
+/// palettes are changed in place of pixels. The abort poll is asked 256 times before the rows, once a level.
+VELMONT_API void *ProcessLogarithm(void *dib);
+
+/// Solarization: levels from 128 up become 255 minus themselves. Depths: 24 bits, 8 bits and 4 bits; palettes
+/// are changed in place of pixels.
+VELMONT_API void *ProcessSolarization(void *dib);
+
+/// The record of ProcessThreshold.
+struct tagParamThreshold {
+    int32_t threshold; ///< level from 0 to 255; others are refused
+};
+
+/// To black and white in the image's own depth: white where 76 * red + 150 * green + 29 * blue is above
+/// 255 * threshold, in a gray image where the level is above the threshold. Depths: 24 bits, 8 bits and 4 bits;
+/// palettes are changed in place of pixels.
+VELMONT_API void *ProcessThreshold(void *dib, tagParamThreshold *param);
+
 /// The histogram that GetHistogram makes and hosts read.
 struct HistogramRecord {
     uint32_t reserved;    ///< never written
