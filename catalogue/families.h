@@ -93,11 +93,12 @@ constexpr Field field(const FieldText &text)
             }};
 }
 
-/// Whether the fields cover the record: none is missing and there is nothing between them.
+/// Whether the fields cover the record: none is missing and there is nothing between them. Pointers to what the
+/// host owns are no fields and stay null; their bytes come on top.
 template <typename RecordType, std::size_t count>
-constexpr bool coverRecord(const std::array<Field, count> &fields)
+constexpr bool coverRecord(const std::array<Field, count> &fields, std::size_t pointerBytes = 0)
 {
-    std::size_t bytes = 0;
+    std::size_t bytes = pointerBytes;
     for (const Field &field : fields)
         bytes += field.bytes;
     return bytes == sizeof(RecordType) && sizeof(RecordType) <= kLargestRecord &&

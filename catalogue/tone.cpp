@@ -54,7 +54,35 @@ constexpr std::array kThresholdFields{
 };
 static_assert(coverRecord<tagParamThreshold>(kThresholdFields));
 
+constexpr std::array kAutoLevelFields{
+    field<&tagParamAutoLevel::gammaLevel>(
+        {.name = "gamma-level",
+         .unit = {},
+         .minimum = 0,
+         .maximum = 9,
+         .defaultValue = 5,
+         .help = "brightness of the middle tones in colour, 5 leaves them; 0 takes the default"}),
+    field<&tagParamAutoLevel::defaultGammaLevel>({.name = "default-gamma-level",
+                                                  .unit = {},
+                                                  .minimum = 0,
+                                                  .maximum = 9,
+                                                  .defaultValue = 5,
+                                                  .help = "the level where the other one is 0"}),
+};
+static_assert(coverRecord<tagParamAutoLevel>(kAutoLevelFields, sizeof(tagParamAutoLevel::histogram)));
+
 constexpr std::array kEffects{
+    Effect{.name = "auto-level",
+           .exportName = "ProcessAutoLevel",
+           .code = 4719,
+           .family = Family::Tone,
+           .help = "stretch each channel so that 0.6 percent of the pixels are cut at either end",
+           .recordName = "tagParamAutoLevel",
+           .recordBytes = sizeof(tagParamAutoLevel),
+           .fields = kAutoLevelFields,
+           .depths = Depth8Gray | Depth24,
+           .random = false,
+           .call = callWithRecord<&ProcessAutoLevel, tagParamAutoLevel>},
     Effect{.name = "negative",
            .exportName = "ProcessNegative",
            .code = 6,

@@ -70,3 +70,19 @@ VELMONT_API unsigned char *GetHistogram(void *dib);
 /// Releases a record of GetHistogram: its bins and itself. The array that `channels` points to is left behind:
 /// hosts still hold it. A record whose `channels` was set to null keeps its bins. A null record is ignored.
 VELMONT_API void DelHistogram(unsigned char *histogram);
+
+/// ProcessAutoLevel's record.
+struct tagParamAutoLevel {
+    int32_t gammaLevel;        ///< for this run; any value, 5 leaves the tones between the ends as they are, below
+                               ///< is darker. Set to 0 by the run, so that it counts once
+    int32_t defaultGammaLevel; ///< used where gammaLevel is 0
+    unsigned char *histogram;  ///< GetHistogram's record of the same image, the caller's, or null to have the
+                               ///< image counted. Bins that it lacks count as empty
+};
+
+/// Stretches each channel so that 0.6 percent of the pixels are cut at either end, then applies a gamma of
+/// 10 ^ (((level - 1) / 4 - 1) / 4) to all.
+/// Depths: 24 bits and 8 bits gray (biClrUsed may be above 256); the level has no effect on gray images. A null
+/// record and a level of 0 are refused, and the record stays as it is; from then on its gammaLevel is 0, whatever
+/// becomes of the run. An image of one colour becomes black. Wait and arrow cursor; neither progress nor abort.
+VELMONT_API void *ProcessAutoLevel(void *dib, tagParamAutoLevel *param);

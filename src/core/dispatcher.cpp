@@ -52,6 +52,7 @@ constexpr std::array kEntries{
     Entry{23, pass<&ProcessSolarization>},
     Entry{24, pass<&ProcessLogarithm>},
     Entry{70, pass<&ProcessBrightnessScale>},
+    Entry{4719, pass<&ProcessAutoLevel>},
 };
 
 static_assert(std::adjacent_find(kEntries.begin(), kEntries.end(), [](const Entry &a, const Entry &b) {

@@ -183,6 +183,13 @@ TEST(GetHistogramTest, AFailingHeapGivesNothingAndLosesNothing)
         EXPECT_EQ(GetHistogram(dib), nullptr) << n;
         EXPECT_EQ(heapCallsUntilFailure, 0);
         EXPECT_EQ(host.events, (Events{"wait", "arrow"}));
+
+        tagParamAutoLevel param{5, 0, nullptr};
+        host.events.clear();
+        heapCallsUntilFailure = n;
+        EXPECT_EQ(ProcessAutoLevel(dib, &param), nullptr) << n;
+        EXPECT_EQ(heapCallsUntilFailure, 0);
+        EXPECT_EQ(host.events, (Events{"wait", "wait", "arrow", "arrow"}));
     }
 }
 
