@@ -86,3 +86,11 @@ struct tagParamAutoLevel {
 /// record and a level of 0 are refused, and the record stays as it is; from then on its gammaLevel is 0, whatever
 /// becomes of the run. An image of one colour becomes black. Wait and arrow cursor; neither progress nor abort.
 VELMONT_API void *ProcessAutoLevel(void *dib, tagParamAutoLevel *param);
+
+/// Spreads the levels by how often they occur: each becomes the share of the samples strictly below it, so that
+/// level 0 stays 0 and an image of one level becomes black.
+/// Depths: 4, 8 and 24 bits. All channels share one curve. 24 bits and 8 bits gray map the pixels and clear the
+/// padding. Other images map the palette, each colour counted as often as it is used, and copy the pixels; there
+/// the counting polls for an abort on each row too, without progress, and a pixel without a palette entry counts
+/// as black.
+VELMONT_API void *ProcessEqualization(void *dib);

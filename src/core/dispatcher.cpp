@@ -47,6 +47,7 @@ static_assert(sizeof(long) >= sizeof(void *), "a record's address travels as a l
 /// By code. The numbers are fixed; a code that is not listed gives 0.
 constexpr std::array kEntries{
     Entry{1, pass<&ProcessBrightnessAndContrast>},
+    Entry{5, pass<&ProcessEqualization>},
     Entry{6, pass<&ProcessNegative>},
     Entry{7, pass<&ProcessThreshold>},
     Entry{23, pass<&ProcessSolarization>},

@@ -466,4 +466,204 @@ TEST(AutoLevelTest, IsReachedByItsCode)
     EXPECT_EQ(EnhanceAndEffects(dib, 4719, 0), nullptr);
 }
 
+// ---- equalization
+
+/// The result of equalizing, from the samples in order.
+std::array<uint8_t, 256> equalizingTable(const std::vector<uint8_t> &samples, double count)
+{
+    std::array<uint8_t, 256> table{};
+    for (int i = 0; i < 256; ++i) {
+        double below = 0;
+        for (const uint8_t sample : samples)
+            below += sample < i;
+        table[i] = static_cast<uint8_t>(below * (255 / (count + 1)) + 0.5);
+    }
+    return table;
+}
+
+Bytes equalized(const Bytes &block)
+{
+    DibHeader header;
+    std::memcpy(&header, block.data(), sizeof header);
+    const int bits = header.biBitCount;
+    const std::size_t start = 40 + 4 * header.biClrUsed, stride = strideFor(header.biWidth, bits);
+    bool gray = bits == 8 && header.biClrUsed == 256;
+    for (int i = 0; gray && i < 256; ++i)
+        gray = block[40 + 4 * i] == i && block[41 + 4 * i] == i && block[42 + 4 * i] == i;
+    std::vector<uint8_t> samples;
+    for (int y = 0; y < header.biHeight; ++y) {
+        const uint8_t *const row = block.data() + start + stride * y;
+        for (int x = 0; x < header.biWidth; ++x) {
+            if (bits == 24) {
+                samples.insert(samples.end(), row + 3 * x, row + 3 * x + 3);
+            } else if (gray) {
+                samples.push_back(row[x]);
+            } else {
+                const unsigned index = bits == 8 ? row[x] : x % 2 == 0 ? row[x / 2] >> 4 : row[x / 2] & 15;
+                for (int c = 0; c < 3; ++c)
+                    samples.push_back(index < header.biClrUsed ? block[40 + 4 * index + c] : 0);
+            }
+        }
+    }
+    const auto table = equalizingTable(samples, static_cast<double>(samples.size()));
+    Bytes result(block.size());
+    std::copy_n(block.begin(), start, result.begin());
+    if (bits != 24 && !gray) {
+        for (std::size_t i = 0; i < 4 * header.biClrUsed; ++i)
+            result[40 + i] = i % 4 == 3 ? block[40 + i] : table[block[40 + i]];
+        std::copy(block.begin() + start, block.end(), result.begin() + start);
+        return result;
+    }
+    for (int y = 0; y < header.biHeight; ++y)
+        for (int i = 0; i < header.biWidth * bits / 8; ++i)
+            result[start + stride * y + i] = table[block[start + stride * y + i]];
+    return result;
+}
+
+TEST(EqualizationTest, EveryPathAgreesWithAPlainLoop)
+{
+    onEveryCpuLevel([] {
+        for (const int width : {1, 2, 3, 7, 64, 65, 129}) {
+            const NothingLost check;
+            const auto seed = static_cast<uint32_t>(width);
+            const Handle sources[] = {
+                noiseImage(width, 5, 24, 0, seed),  grayNoise(width, 5, seed),
+                noiseImage(width, 5, 8, 256, seed), noiseImage(width, 5, 8, 40, seed),
+                noiseImage(width, 5, 8, 0, seed),   noiseImage(width, 5, 8, 300, seed),
+                noiseImage(width, 5, 4, 16, seed),  noiseImage(width, 5, 4, 5, seed),
+            };
+            for (const Handle &dib : sources) {
+                const Handle result(ProcessEqualization(dib));
+                ASSERT_TRUE(result);
+                EXPECT_EQ(bytesOf(result), equalized(bytesOf(dib)))
+                    << width << " bits " << headerOf(dib).biBitCount << " colours "
+                    << headerOf(dib).biClrUsed;
+            }
+        }
+    });
+}
+
+TEST(EqualizationTest, AGrayPictureByHand)
+{
+    // Levels 10, 10, 20, 30 of 4 pixels: none, two and three samples lie below; 255 / 5 = 51 for each.
+    const DibHeader header = makeHeader(4, 1, 8, 256);
+    const Handle dib = blockOf(makeBlock(header, grayRamp(), Bytes{10, 10, 20, 30}));
+    const Handle result(ProcessEqualization(dib));
+    const Bytes block = bytesOf(result);
+    EXPECT_EQ(Bytes(block.begin() + 1064, block.end()), (Bytes{0, 0, 102, 153}));
+}
+
+TEST(EqualizationTest, AUniformGrayBecomesBlack)
+{
+    const Handle dib = uniformGray(5, 3, 100);
+    const Handle result(ProcessEqualization(dib));
+    const Bytes block = bytesOf(result);
+    EXPECT_EQ(Bytes(block.begin() + 1064, block.end()), Bytes(24, 0));
+}
+
+TEST(EqualizationTest, TheSpareNibbleOfAnOddWidthDoesNotCount)
+{
+    // One pixel of index 1; the nibble beside it holds 0, whose black would lift everything above.
+    const Bytes palette{0, 0, 0, 9, 50, 60, 70, 8};
+    const Handle dib = blockOf(makeBlock(makeHeader(1, 1, 4, 2), palette, Bytes{0x10, 0, 0, 0}));
+    const Handle result(ProcessEqualization(dib));
+    const Bytes block = bytesOf(result);
+    // 255 / (3 + 1) = 63.75 a sample: 50 has none below it, 60 one, 70 two.
+    EXPECT_EQ(Bytes(block.begin() + 40, block.begin() + 48), (Bytes{0, 0, 0, 9, 0, 64, 128, 8}));
+    EXPECT_EQ(Bytes(block.begin() + 48, block.end()), (Bytes{0x10, 0, 0, 0}));
+}
+
+TEST(EqualizationTest, PollsTheCountingOfPalettesOnly)
+{
+    RecordingHost host;
+    const Handle gray = grayNoise(5, 17);
+    const Handle paletted = noiseImage(5, 17, 8, 20);
+    const Handle four = noiseImage(5, 2, 4, 16);
+
+    const auto withRows = [](Events events, int rows) {
+        for (int y = 0; y < rows; ++y) {
+            events.push_back("poll");
+            if (y % 16 == 0)
+                events.push_back(std::to_string(y * 100 / rows) + "%");
+        }
+        events.insert(events.end(), {"100%", "arrow"});
+        return events;
+    };
+    Handle result(ProcessEqualization(gray));
+    EXPECT_EQ(host.events, withRows({"wait", "poll"}, 17));
+
+    host.events.clear();
+    result = Handle(ProcessEqualization(paletted));
+    Events counting{"wait", "poll"};
+    counting.insert(counting.end(), 17, "poll");
+    EXPECT_EQ(host.events, withRows(counting, 17));
+
+    host.events.clear();
+    result = Handle(ProcessEqualization(four));
+    EXPECT_EQ(host.events, withRows({"wait", "poll", "poll", "poll"}, 2));
+}
+
+TEST(EqualizationTest, AnAbortAtEachPollEndsIt)
+{
+    RecordingHost host;
+    for (const int bits : {24, 8, 4}) {
+        const Handle dib = noiseImage(5, 3, bits, bits == 24 ? 0 : 16);
+        const Bytes before = bytesOf(dib);
+        const int polls = bits == 24 ? 4 : 7;
+        for (int n = 1; n <= polls + 1; ++n) {
+            const NothingLost check;
+            host.events.clear();
+            host.abortFromPoll(n);
+            const Handle result(ProcessEqualization(dib));
+            // From the first: its answer is dropped, the second ends the run.
+            const int seen = std::min(std::max(n, 2), polls);
+            EXPECT_EQ(result != nullptr, n == polls + 1) << bits << " poll " << n;
+            EXPECT_EQ(host.polls(), seen) << bits << " poll " << n;
+            EXPECT_EQ(host.events.back(), "arrow");
+            EXPECT_EQ(host.events[host.events.size() - 2], "100%");
+        }
+        EXPECT_EQ(bytesOf(dib), before);
+    }
+}
+
+TEST(EqualizationTest, AnAbortWhileCountingSkipsTheRows)
+{
+    RecordingHost host;
+    host.abortFromPoll(3);
+    const Handle dib = noiseImage(5, 4, 8, 16);
+    EXPECT_EQ(ProcessEqualization(dib), nullptr);
+    EXPECT_EQ(host.events, (Events{"wait", "poll", "poll", "poll", "100%", "arrow"}));
+}
+
+TEST(EqualizationTest, RefusesOtherDepthsAndLyingHeaders)
+{
+    const NothingLost check;
+    RecordingHost host;
+    Bytes lying = bytesOf(noiseImage(8, 2, 24, 0));
+    lying[8] = 3;
+    for (const Handle &dib : {noiseImage(8, 2, 1, 2), noiseImage(8, 2, 16, 0), blockOf(lying)})
+        EXPECT_EQ(ProcessEqualization(dib), nullptr);
+    EXPECT_EQ(ProcessEqualization(nullptr), nullptr);
+    EXPECT_TRUE(host.events.empty());
+}
+
+TEST(EqualizationTest, AFailingAllocationGivesZero)
+{
+    for (const int bits : {24, 8, 4})
+        expectFailuresToGiveZero(noiseImage(9, 4, bits, bits == 24 ? 0 : 16), ProcessEqualization, 1);
+    const Handle dib = grayNoise(9, 4);
+    RecordingHost host;
+    memory_hooks::failAllocation(1);
+    EXPECT_EQ(ProcessEqualization(dib), nullptr);
+    EXPECT_EQ(host.events, (Events{"wait", "arrow"}));
+}
+
+TEST(EqualizationTest, IsReachedByItsCode)
+{
+    const Handle dib = noiseImage(9, 4, 24, 0);
+    const Handle result(EnhanceAndEffects(dib, 5, 0));
+    ASSERT_TRUE(result);
+    EXPECT_EQ(bytesOf(result), equalized(bytesOf(dib)));
+}
+
 } // namespace
