@@ -54,6 +54,16 @@ constexpr std::array kThresholdFields{
 };
 static_assert(coverRecord<tagParamThreshold>(kThresholdFields));
 
+constexpr std::array kAutoEnhanceFields{
+    field<&IntParameter::value>({.name = "amount",
+                                 .unit = {},
+                                 .minimum = 0,
+                                 .maximum = 1000,
+                                 .defaultValue = 100,
+                                 .help = "strength; 0 changes nothing"}),
+};
+static_assert(coverRecord<IntParameter>(kAutoEnhanceFields));
+
 constexpr std::array kAutoLevelFields{
     field<&tagParamAutoLevel::gammaLevel>(
         {.name = "gamma-level",
@@ -72,6 +82,17 @@ constexpr std::array kAutoLevelFields{
 static_assert(coverRecord<tagParamAutoLevel>(kAutoLevelFields, sizeof(tagParamAutoLevel::histogram)));
 
 constexpr std::array kEffects{
+    Effect{.name = "auto-enhance",
+           .exportName = "ProcessAutoEnhance",
+           .code = 33,
+           .family = Family::Tone,
+           .help = "more contrast, saturation and sharpness by one number",
+           .recordName = "int",
+           .recordBytes = sizeof(IntParameter),
+           .fields = kAutoEnhanceFields,
+           .depths = Depth8 | Depth24,
+           .random = false,
+           .call = callWithInt<&ProcessAutoEnhance>},
     Effect{.name = "auto-level",
            .exportName = "ProcessAutoLevel",
            .code = 4719,

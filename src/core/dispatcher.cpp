@@ -52,6 +52,7 @@ constexpr std::array kEntries{
     Entry{7, pass<&ProcessThreshold>},
     Entry{23, pass<&ProcessSolarization>},
     Entry{24, pass<&ProcessLogarithm>},
+    Entry{33, pass<&ProcessAutoEnhance>},
     Entry{70, pass<&ProcessBrightnessScale>},
     Entry{4719, pass<&ProcessAutoLevel>},
 };

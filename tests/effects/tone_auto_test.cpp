@@ -666,4 +666,221 @@ TEST(EqualizationTest, IsReachedByItsCode)
     EXPECT_EQ(bytesOf(result), equalized(bytesOf(dib)));
 }
 
+// ---- auto enhance
+
+/// The toned image, then each sample in order against its neighbours, as a walk in place does it.
+Bytes enhanced(const Bytes &block, int amount)
+{
+    DibHeader header;
+    std::memcpy(&header, block.data(), sizeof header);
+    const int channels = header.biBitCount / 8;
+    const std::size_t start = 40 + (channels == 1 ? 4 * header.biClrUsed : 0);
+    const std::size_t stride = strideFor(header.biWidth, header.biBitCount);
+    const int a = amount / 5, hi = 255 - a, lo = amount / 25, t = 1000 - amount;
+    const double g = (1 - lo * 0.06) * t * 0.001;
+    std::array<int, 256> tone{}, loss{};
+    for (int i = 0; i < 256; ++i) {
+        tone[i] = i <= lo   ? 0
+                  : i >= hi ? 255
+                            : static_cast<int>(std::pow(static_cast<double>(i) / hi, g) * 255 + 0.5) & 255;
+        loss[i] = (50 + a * i) / 100 & 255;
+    }
+    Bytes result = block;
+    const auto at = [&](int y, int x, int c) -> uint8_t & {
+        return result[start + stride * y + channels * x + c];
+    };
+    for (int y = 0; y < header.biHeight; ++y)
+        for (int x = 0; x < header.biWidth; ++x) {
+            int m = 0;
+            for (int c = 0; c < channels; ++c) {
+                at(y, x, c) = static_cast<uint8_t>(tone[at(y, x, c)]);
+                m = std::max<int>(m, at(y, x, c));
+            }
+            for (int c = 0; c < channels && channels == 3 && a != 0; ++c)
+                at(y, x, c) = static_cast<uint8_t>(std::max(0, at(y, x, c) - loss[m - at(y, x, c)]));
+        }
+    if (a == 0 || header.biWidth < 3 || header.biHeight < 3)
+        return result;
+    const int width = header.biWidth;
+    std::vector<int> rowBuffer;
+    for (int i = 0; i < channels * width; ++i)
+        rowBuffer.push_back(at(0, i / channels, i % channels));
+    for (int y = 0; y < header.biHeight; ++y) {
+        const int next = std::min(y + 1, header.biHeight - 1);
+        std::array<int, 3> saved{};
+        for (int x = 0; x < width; ++x)
+            for (int c = 0; c < channels; ++c) {
+                const int l = x > 0 ? x - 1 : x, r = x + 1 < width ? x + 1 : x;
+                const auto above = [&](int column) -> int & { return rowBuffer[channels * column + c]; };
+                const int sample = at(y, x, c), left = x > 0 ? saved[c] : sample;
+                const int sum = left + at(y, r, c) + above(l) + above(x) + above(r) + at(next, l, c) +
+                                at(next, x, c) + at(next, r, c);
+                const int k = 8 * sample + 2040 - sum;
+                const int added = k == 4080 ? 0 : a * (k - 2040) / 800;
+                at(y, x, c) = static_cast<uint8_t>(std::clamp(sample + added, 0, 255));
+                above(l) = left;
+                if (x == width - 1)
+                    above(x) = sample;
+                saved[c] = sample;
+            }
+    }
+    return result;
+}
+
+TEST(AutoEnhanceTest, AgreesWithAWalkInPlace)
+{
+    onEveryCpuLevel([] {
+        for (const int amount : {0, 3, 4, 5, 24, 25, 100, 250, 424, 425, 500, 700, 999, 1000, 1300, -100})
+            for (const int width : {1, 2, 3, 4, 5, 6, 17, 18, 64, 66, 150})
+                for (const int height : {2, 3, 5}) {
+                    const NothingLost check;
+                    const auto seed = static_cast<uint32_t>(width + height);
+                    const Handle sources[] = {noiseImage(width, height, 24, 0, seed),
+                                              noiseImage(width, height, 8, 30, seed),
+                                              grayNoise(width, height, seed)};
+                    for (const Handle &dib : sources) {
+                        const Handle result(ProcessAutoEnhance(dib, amount));
+                        ASSERT_TRUE(result);
+                        ASSERT_EQ(bytesOf(result), enhanced(bytesOf(dib), amount))
+                            << amount << ", " << width << " by " << height << " bits "
+                            << headerOf(dib).biBitCount;
+                    }
+                }
+    });
+}
+
+TEST(AutoEnhanceTest, SmoothPicturesTooAtEveryStrength)
+{
+    onEveryCpuLevel([] {
+        const DibHeader header = makeHeader(61, 40, 24, 0);
+        Bytes rows(header.biSizeImage);
+        const Bytes grain = noise(rows.size(), 4);
+        for (std::size_t i = 0; i < rows.size(); ++i)
+            rows[i] = static_cast<uint8_t>(40 + i / 50 + grain[i] % 9);
+        const Handle dib = image24(61, 40, rows);
+        for (int amount = 0; amount <= 1000; amount += 5) {
+            const Handle result(ProcessAutoEnhance(dib, amount));
+            ASSERT_EQ(bytesOf(result), enhanced(bytesOf(dib), amount)) << amount;
+        }
+    });
+}
+
+TEST(AutoEnhanceTest, AmountZeroIsACopy)
+{
+    for (const int bits : {8, 24}) {
+        const Handle dib = noiseImage(9, 5, bits, bits == 8 ? 20 : 0);
+        const Handle result(ProcessAutoEnhance(dib, 0));
+        EXPECT_NE(static_cast<void *>(result), static_cast<void *>(dib));
+        EXPECT_EQ(bytesOf(result), bytesOf(dib));
+    }
+}
+
+TEST(AutoEnhanceTest, TheTableOf100ByHand)
+{
+    // a = 20, lo = 4, hi = 235, t = 900, g = (1 - 0.24) * 0.9 = 0.684; two rows are too few to be sharpened.
+    Bytes levels;
+    for (int i = 0; i < 256; ++i)
+        levels.push_back(static_cast<uint8_t>(i));
+    const Handle dib = blockOf(makeBlock(makeHeader(256, 1, 8, 256), grayRamp(), levels));
+    const Handle result(ProcessAutoEnhance(dib, 100));
+    const Bytes block = bytesOf(result);
+    const uint8_t *const table = block.data() + 1064;
+    EXPECT_EQ(table[0], 0);
+    EXPECT_EQ(table[4], 0);
+    EXPECT_EQ(table[5], 18);    // (5 / 235) ^ 0.684 = 0.0719
+    EXPECT_EQ(table[100], 142); // (100 / 235) ^ 0.684 = 0.5575
+    EXPECT_EQ(table[234], 254); // 0.99708
+    EXPECT_EQ(table[235], 255);
+    EXPECT_EQ(table[255], 255);
+}
+
+TEST(AutoEnhanceTest, TableValuesAbove255Wrap)
+{
+    // amount 500: lo = 20, hi = 155, the exponent is (1 - 1.2) * 0.5 = -0.1, so that 21 gives 311.4 + 0.5.
+    const Handle dib = uniformGray(4, 1, 21);
+    const Handle result(ProcessAutoEnhance(dib, 500));
+    const Bytes block = bytesOf(result);
+    EXPECT_EQ(block[1064], 311 - 256);
+}
+
+TEST(AutoEnhanceTest, WhiteInTheBlackStaysAsItIs)
+{
+    Bytes levels(64, 0);
+    levels[3 * 8 + 3] = 255;
+    levels[0] = 255; // at the corner its own copies are neighbours
+    const Handle dib = blockOf(makeBlock(makeHeader(8, 8, 8, 256), grayRamp(), levels));
+    onEveryCpuLevel([&] {
+        const Handle result(ProcessAutoEnhance(dib, 1000));
+        EXPECT_EQ(bytesOf(result), enhanced(bytesOf(dib), 1000));
+        EXPECT_EQ(bytesOf(result)[1064 + 3 * 8 + 3], 255);
+    });
+}
+
+TEST(AutoEnhanceTest, KeepsPaddingPaletteAndWhatLiesBehindTheRows)
+{
+    Bytes bytes = bytesOf(noiseImage(5, 4, 8, 30));
+    const Bytes tail{1, 2, 3, 4, 5};
+    bytes.insert(bytes.end(), tail.begin(), tail.end());
+    const Handle dib = blockOf(bytes);
+    const Handle result(ProcessAutoEnhance(dib, 300));
+    EXPECT_EQ(bytesOf(result), enhanced(bytes, 300));
+    EXPECT_EQ(KelMemSize(result), bytes.size());
+}
+
+TEST(AutoEnhanceTest, ShowsCursorsOnly)
+{
+    RecordingHost host;
+    host.abortFromPoll(1);
+    const Handle dib = noiseImage(9, 40, 24, 0);
+    const Handle result(ProcessAutoEnhance(dib, 100));
+    EXPECT_TRUE(result);
+    EXPECT_EQ(host.events, (Events{"wait", "arrow"}));
+}
+
+TEST(AutoEnhanceTest, RefusesOtherDepthsAndLyingHeaders)
+{
+    const NothingLost check;
+    RecordingHost host;
+    Bytes lying = bytesOf(noiseImage(8, 2, 24, 0));
+    lying[8] = 3;
+    for (const Handle &dib : {noiseImage(8, 2, 1, 2), noiseImage(8, 2, 4, 16), noiseImage(8, 2, 16, 0),
+                              noiseImage(8, 2, 32, 0), blockOf(lying)})
+        EXPECT_EQ(ProcessAutoEnhance(dib, 100), nullptr);
+    EXPECT_EQ(ProcessAutoEnhance(nullptr, 100), nullptr);
+    EXPECT_TRUE(host.events.empty());
+}
+
+TEST(AutoEnhanceTest, AFailingAllocationGivesZero)
+{
+    const Handle dib = noiseImage(9, 4, 24, 0);
+    expectFailuresToGiveZero(
+        dib, [](void *source) { return ProcessAutoEnhance(source, 100); }, 2);
+    RecordingHost host;
+    memory_hooks::failAllocation(1);
+    EXPECT_EQ(ProcessAutoEnhance(dib, 100), nullptr);
+    EXPECT_TRUE(host.events.empty()); // the cursor comes after the copy
+    memory_hooks::failAllocation(2);
+    EXPECT_EQ(ProcessAutoEnhance(dib, 100), nullptr);
+    EXPECT_EQ(host.events, (Events{"wait", "arrow"}));
+}
+
+TEST(AutoEnhanceTest, SurvivesAnyAmount)
+{
+    const Handle dib = noiseImage(20, 4, 24, 0);
+    for (const int amount : {INT32_MIN, INT32_MIN + 1, -10000000, -1, 1275, 1276, 100000, INT32_MAX}) {
+        const Handle result(ProcessAutoEnhance(dib, amount));
+        EXPECT_TRUE(result) << amount;
+    }
+}
+
+TEST(AutoEnhanceTest, IsReachedByItsCode)
+{
+    const Handle dib = noiseImage(9, 4, 24, 0);
+    const int32_t amount = 200;
+    const Handle result(EnhanceAndEffects(dib, 33, reinterpret_cast<long>(&amount)));
+    ASSERT_TRUE(result);
+    EXPECT_EQ(bytesOf(result), enhanced(bytesOf(dib), 200));
+    EXPECT_EQ(EnhanceAndEffects(dib, 33, 0), nullptr);
+}
+
 } // namespace
