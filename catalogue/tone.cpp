@@ -81,6 +81,82 @@ constexpr std::array kAutoLevelFields{
 };
 static_assert(coverRecord<tagParamAutoLevel>(kAutoLevelFields, sizeof(tagParamAutoLevel::histogram)));
 
+constexpr std::array kColorMapFields{
+    field<&tagParamColorMap::channel>({.name = "channel",
+                                       .unit = "",
+                                       .minimum = 0,
+                                       .maximum = 3,
+                                       .defaultValue = 0,
+                                       .help = "the channel to change",
+                                       .choices = kChannels}),
+    field<&tagParamColorMap::table>(
+        {.name = "table",
+         .unit = "levels",
+         .minimum = -127,
+         .maximum = 127,
+         .defaultValue = 0,
+         .help = "the new value of each level; one number moves all levels by so much"}),
+};
+static_assert(coverRecord<tagParamColorMap>(kColorMapFields));
+
+constexpr std::array kToneAdjustmentFields{
+    field<&tagParamToneAdjust::white>(
+        {.name = "white",
+         .unit = "levels",
+         .minimum = -255,
+         .maximum = 255,
+         .defaultValue = 0,
+         .help = "above 0 lowers the input's white point, below 0 the output's white"}),
+    field<&tagParamToneAdjust::gamma>({.name = "gamma",
+                                       .unit = "",
+                                       .minimum = -100,
+                                       .maximum = 100,
+                                       .defaultValue = 30,
+                                       .help = "above 0 lightens the middle, below 0 darkens it"}),
+    field<&tagParamToneAdjust::black>(
+        {.name = "black",
+         .unit = "levels",
+         .minimum = -255,
+         .maximum = 255,
+         .defaultValue = 0,
+         .help = "below 0 raises the input's black point, above 0 the output's black"}),
+    field<&tagParamToneAdjust::channel>({.name = "channel",
+                                         .unit = "",
+                                         .minimum = 0,
+                                         .maximum = 3,
+                                         .defaultValue = 0,
+                                         .help = "the channel to change",
+                                         .choices = kChannels}),
+};
+static_assert(coverRecord<tagParamToneAdjust>(kToneAdjustmentFields));
+
+constexpr std::array kColorReductionFields{
+    field<&tagParamColorReduction::channel>({.name = "channel",
+                                             .unit = "",
+                                             .minimum = 0,
+                                             .maximum = 3,
+                                             .defaultValue = 0,
+                                             .help = "the channel to change",
+                                             .choices = kChannels}),
+    field<&tagParamColorReduction::levels>({.name = "levels",
+                                            .unit = "levels",
+                                            .minimum = 2,
+                                            .maximum = 128,
+                                            .defaultValue = 4,
+                                            .help = "levels left, nearly"}),
+};
+static_assert(coverRecord<tagParamColorReduction>(kColorReductionFields));
+
+constexpr std::array kColorToneFields{
+    field<&tagParamColorTone::tone>({.name = "tone",
+                                     .unit = "",
+                                     .minimum = -128,
+                                     .maximum = 127,
+                                     .defaultValue = 0,
+                                     .help = "position around the hue circle"}),
+};
+static_assert(coverRecord<tagParamColorTone>(kColorToneFields));
+
 constexpr std::array kEffects{
     Effect{.name = "auto-enhance",
            .exportName = "ProcessAutoEnhance",
@@ -181,6 +257,51 @@ constexpr std::array kEffects{
            .depths = kTableDepths,
            .random = false,
            .call = callWithRecord<&ProcessThreshold, tagParamThreshold>},
+    Effect{.name = "color-map",
+           .exportName = "ProcessColorMap",
+           .code = 3,
+           .family = Family::Tone,
+           .help = "a table of new levels for all channels or one",
+           .recordName = "tagParamColorMap",
+           .recordBytes = sizeof(tagParamColorMap),
+           .fields = kColorMapFields,
+           .depths = kTableDepths,
+           .random = false,
+           .call = callWithRecord<&ProcessColorMap, tagParamColorMap>},
+    Effect{.name = "color-reduction",
+           .exportName = "ProcessColorReduction",
+           .code = 4,
+           .family = Family::Tone,
+           .help = "posterizes all channels or one",
+           .recordName = "tagParamColorReduction",
+           .recordBytes = sizeof(tagParamColorReduction),
+           .fields = kColorReductionFields,
+           .depths = kTableDepths,
+           .random = false,
+           .call = callWithRecord<&ProcessColorReduction, tagParamColorReduction>},
+    Effect{.name = "color-tone",
+           .exportName = "ProcessColorTone",
+           .code = 4718,
+           .family = Family::Tone,
+           .help = "recolours by luminance along one hue",
+           .recordName = "tagParamColorTone",
+           .recordBytes = sizeof(tagParamColorTone),
+           .fields = kColorToneFields,
+           .depths = Depth24,
+           .random = false,
+           .call = callWithRecord<&ProcessColorTone, tagParamColorTone>,
+           .blankDepths = Depth4 | Depth8},
+    Effect{.name = "tone-adjustment",
+           .exportName = "ProcessToneAdjustment",
+           .code = 67,
+           .family = Family::Tone,
+           .help = "black point, gamma and white point",
+           .recordName = "tagParamToneAdjust",
+           .recordBytes = sizeof(tagParamToneAdjust),
+           .fields = kToneAdjustmentFields,
+           .depths = kTableDepths,
+           .random = false,
+           .call = callWithRecord<&ProcessToneAdjustment, tagParamToneAdjust>},
 };
 
 } // namespace

@@ -54,6 +54,49 @@ struct tagParamThreshold {
 /// palettes are changed in place of pixels.
 VELMONT_API void *ProcessThreshold(void *dib, tagParamThreshold *param);
 
+/// The record of ProcessColorMap.
+struct tagParamColorMap {
+    int32_t channel;    ///< 0 all, 1 red, 2 green, 3 blue; others are refused
+    uint8_t table[256]; ///< the new value of each level
+};
+
+/// A table of the caller's on one channel or on all. A gray image goes through it whatever the channel. Depths:
+/// 24 bits, 8 bits and 4 bits; palettes are changed in place of pixels.
+VELMONT_API void *ProcessColorMap(void *dib, tagParamColorMap *param);
+
+/// The record of ProcessToneAdjustment. Any values are allowed.
+struct tagParamToneAdjust {
+    int32_t white;   ///< levels: above 0 the input's white point comes down, below 0 the output's white
+    int32_t gamma;   ///< 0 neutral; the exponent is 1 - 0.0045 * gamma, below 0 it is 1 - 0.035 * gamma
+    int32_t black;   ///< levels: below 0 the input's black point goes up, above 0 the output's black
+    int32_t channel; ///< 0 all, 1 red, 2 green, 3 blue; others are refused
+};
+
+/// Black point, gamma and white point: ProcessColorMap with a table made of them. Input levels up to the black
+/// point become 0 and those from the white point on 255, whatever the output's black and white.
+VELMONT_API void *ProcessToneAdjustment(void *dib, tagParamToneAdjust *param);
+
+/// The record of ProcessColorReduction.
+struct tagParamColorReduction {
+    int32_t channel; ///< 0 all, 1 red, 2 green, 3 blue; others are refused
+    int32_t levels;  ///< from 2 to 128; others are refused
+};
+
+/// Posterizes: levels go to the nearest multiple of a step, the half way up, held to 255. The step is 255 out of
+/// levels - 1, rounded, so that the number of levels left is near the one asked for. A gray image is reduced
+/// whatever the channel. Depths: 24 bits, 8 bits and 4 bits; palettes are changed in place of pixels. At 24 bits
+/// with all channels the padding of the rows counts as pixels.
+VELMONT_API void *ProcessColorReduction(void *dib, tagParamColorReduction *param);
+
+/// The record of ProcessColorTone.
+struct tagParamColorTone {
+    int32_t tone; ///< a position around the hue circle, held to -128..127
+};
+
+/// Recolours by luminance along one hue; black and white stay. Depth: 24 bits. An image of 8 or 4 bits is answered
+/// with a zero-filled block of its size that is no image, header included: do not pass one.
+VELMONT_API void *ProcessColorTone(void *dib, tagParamColorTone *param);
+
 /// The histogram that GetHistogram makes and hosts read.
 struct HistogramRecord {
     uint32_t reserved;    ///< never written
@@ -73,8 +116,8 @@ VELMONT_API void DelHistogram(unsigned char *histogram);
 
 /// ProcessAutoLevel's record.
 struct tagParamAutoLevel {
-    int32_t gammaLevel;        ///< for this run; any value, 5 leaves the tones between the ends as they are, below
-                               ///< is darker. Set to 0 by the run, so that it counts once
+    int32_t gammaLevel; ///< for this run; any value, 5 leaves the tones between the ends as they are, below
+                        ///< is darker. Set to 0 by the run, so that it counts once
     int32_t defaultGammaLevel; ///< used where gammaLevel is 0
     unsigned char *histogram;  ///< GetHistogram's record of the same image, the caller's, or null to have the
                                ///< image counted. Bins that it lacks count as empty

@@ -47,13 +47,17 @@ static_assert(sizeof(long) >= sizeof(void *), "a record's address travels as a l
 /// By code. The numbers are fixed; a code that is not listed gives 0.
 constexpr std::array kEntries{
     Entry{1, pass<&ProcessBrightnessAndContrast>},
+    Entry{3, pass<&ProcessColorMap>},
+    Entry{4, pass<&ProcessColorReduction>},
     Entry{5, pass<&ProcessEqualization>},
     Entry{6, pass<&ProcessNegative>},
     Entry{7, pass<&ProcessThreshold>},
     Entry{23, pass<&ProcessSolarization>},
     Entry{24, pass<&ProcessLogarithm>},
     Entry{33, pass<&ProcessAutoEnhance>},
+    Entry{67, pass<&ProcessToneAdjustment>},
     Entry{70, pass<&ProcessBrightnessScale>},
+    Entry{4718, pass<&ProcessColorTone>},
     Entry{4719, pass<&ProcessAutoLevel>},
 };
 
