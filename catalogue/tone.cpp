@@ -157,6 +157,23 @@ constexpr std::array kColorToneFields{
 };
 static_assert(coverRecord<tagParamColorTone>(kColorToneFields));
 
+constexpr std::array kHueAndSaturationFields{
+    field<&tagParamHueSaturation::hue>({.name = "hue",
+                                        .unit = "degrees",
+                                        .minimum = -180,
+                                        .maximum = 180,
+                                        .defaultValue = 30,
+                                        .help = "how far hues turn, from red towards green"}),
+    field<&tagParamHueSaturation::saturation>(
+        {.name = "saturation",
+         .unit = "percent",
+         .minimum = -100,
+         .maximum = 100,
+         .defaultValue = 0,
+         .help = "each channel towards the largest of its pixel, below 0 away from it"}),
+};
+static_assert(coverRecord<tagParamHueSaturation>(kHueAndSaturationFields));
+
 constexpr std::array kEffects{
     Effect{.name = "auto-enhance",
            .exportName = "ProcessAutoEnhance",
@@ -191,6 +208,17 @@ constexpr std::array kEffects{
            .depths = Depth4 | Depth8 | Depth24,
            .random = false,
            .call = callPlain<&ProcessEqualization>},
+    Effect{.name = "hue-and-saturation",
+           .exportName = "ProcessHueAndSaturation",
+           .code = 2,
+           .family = Family::Tone,
+           .help = "turn the hue and shift the saturation, in integers",
+           .recordName = "tagParamHueSaturation",
+           .recordBytes = sizeof(tagParamHueSaturation),
+           .fields = kHueAndSaturationFields,
+           .depths = Depth4 | Depth8 | Depth24,
+           .random = false,
+           .call = callWithRecord<&ProcessHueAndSaturation, tagParamHueSaturation>},
     Effect{.name = "negative",
            .exportName = "ProcessNegative",
            .code = 6,

@@ -147,3 +147,19 @@ VELMONT_API void *ProcessEqualization(void *dib);
 /// the second column takes its own row's first sample for its neighbour above to the left, and the last row takes
 /// the new sample to the left for its neighbour below to the left.
 VELMONT_API void *ProcessAutoEnhance(void *dib, int amount);
+
+/// ProcessHueAndSaturation's record.
+struct tagParamHueSaturation {
+    int32_t hue;        ///< degrees by which hues turn, -180 to 180: red towards green, green towards blue
+    int32_t saturation; ///< percent, -100 to 100: above 0 each channel moves towards its pixel's largest, below away
+                        ///< from it
+};
+
+/// Turns the hue and shifts the saturation, in integers; a pixel's largest channel value and neutral colours stay.
+/// Depths: 4, 8 and 24 bits; below 24 bits the palette is changed, reserved bytes left alone, and the pixels are
+/// copied. At every depth the rows are looked for behind biSize and biClrUsed colours. A null record, a field out
+/// of its range and a record without change are refused.
+/// Hosts rely on the cursors: wait before the record is found to change nothing and before the depth is looked at,
+/// and wait and arrow twice in a run. Copied rows poll and report at every byte whose place has none of the bits of
+/// 0x2FF.
+VELMONT_API void *ProcessHueAndSaturation(void *dib, tagParamHueSaturation *param);

@@ -47,6 +47,7 @@ static_assert(sizeof(long) >= sizeof(void *), "a record's address travels as a l
 /// By code. The numbers are fixed; a code that is not listed gives 0.
 constexpr std::array kEntries{
     Entry{1, pass<&ProcessBrightnessAndContrast>},
+    Entry{2, pass<&ProcessHueAndSaturation>},
     Entry{3, pass<&ProcessColorMap>},
     Entry{4, pass<&ProcessColorReduction>},
     Entry{5, pass<&ProcessEqualization>},
