@@ -97,6 +97,36 @@ struct tagParamColorTone {
 /// with a zero-filled block of its size that is no image, header included: do not pass one.
 VELMONT_API void *ProcessColorTone(void *dib, tagParamColorTone *param);
 
+/// Sepia, a brown tint. Depth: 24 bits. The largest and the smallest channel of a pixel become two channels of
+/// the new one and green lies between: red the largest, blue the smallest, green 23 percent of the way up. Where biClrUsed
+/// is not 0 no pixel is stored and the result is black; so it is in ProcessWarm and ProcessCool.
+VELMONT_API void *ProcessSepia(void *dib);
+/// Warm: as ProcessSepia with green 33 percent of the way up.
+VELMONT_API void *ProcessWarm(void *dib);
+/// Cool: blue the largest, red the smallest, green 40 percent of the way up.
+VELMONT_API void *ProcessCool(void *dib);
+
+/// The record of ProcessAntique.
+struct tagParamAntique {
+    float strength; ///< written by the effect: always 0.65, whatever the caller stored
+};
+
+/// Antique: blue the largest, red the smallest, green 65 percent of the way up. The record is written for every
+/// handle that is not null, also where the depth is refused.
+VELMONT_API void *ProcessAntique(void *dib, tagParamAntique *param);
+
+/// The record of ProcessMoonlight, all of it written by the effect, whatever the caller stored.
+struct tagParamMoonlight {
+    int32_t red;   ///< 168
+    int32_t green; ///< 207
+    int32_t blue;  ///< 240
+};
+
+/// Moonlight: the luminance, 0.3 red + 0.59 green + 0.11 blue with each product truncated, as a shade of that
+/// blue. Depth: 24 bits. The record is written for every handle that is not null, also where the depth is
+/// refused. Its working tables live in the call, so that runs do not disturb each other.
+VELMONT_API void *ProcessMoonlight(void *dib, tagParamMoonlight *param);
+
 /// The histogram that GetHistogram makes and hosts read.
 struct HistogramRecord {
     uint32_t reserved;    ///< never written
@@ -150,9 +180,10 @@ VELMONT_API void *ProcessAutoEnhance(void *dib, int amount);
 
 /// ProcessHueAndSaturation's record.
 struct tagParamHueSaturation {
-    int32_t hue;        ///< degrees by which hues turn, -180 to 180: red towards green, green towards blue
-    int32_t saturation; ///< percent, -100 to 100: above 0 each channel moves towards its pixel's largest, below away
-                        ///< from it
+    int32_t hue; ///< degrees by which hues turn, -180 to 180: red towards green, green towards blue
+    int32_t
+        saturation; ///< percent, -100 to 100: above 0 each channel moves towards its pixel's largest, below away
+                    ///< from it
 };
 
 /// Turns the hue and shifts the saturation, in integers; a pixel's largest channel value and neutral colours stay.

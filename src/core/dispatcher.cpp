@@ -58,6 +58,11 @@ constexpr std::array kEntries{
     Entry{33, pass<&ProcessAutoEnhance>},
     Entry{67, pass<&ProcessToneAdjustment>},
     Entry{70, pass<&ProcessBrightnessScale>},
+    Entry{4301, pass<&ProcessMoonlight>},
+    Entry{4302, pass<&ProcessAntique>},
+    Entry{4303, pass<&ProcessWarm>},
+    Entry{4304, pass<&ProcessCool>},
+    Entry{4305, pass<&ProcessSepia>},
     Entry{4718, pass<&ProcessColorTone>},
     Entry{4719, pass<&ProcessAutoLevel>},
 };
