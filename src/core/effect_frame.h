@@ -51,16 +51,16 @@ public:
     bool serves(std::initializer_list<int> depths) const;
     const Dib &source() const { return *source_; }
 
-    /// Starts the work: allocate() and open(). On failure everything is as it was, but for the cursors shown, and
-    /// the effect returns 0.
+    /// Starts the work: allocate() and open(). On failure everything is as it was, but for the cursors shown,
+    /// and the effect returns 0.
     bool begin(const ResultPlan &plan);
     /// A result laid out like the source.
     bool begin(Contents contents = Contents::ZeroFilled)
     {
         return begin(ResultPlan{source_->layout(), contents});
     }
-    /// The first half of begin(): wait cursor, the result's block and its lock. What lies before the rows is zero,
-    /// whatever the plan says of the contents.
+    /// The first half of begin(): wait cursor, the result's block and its lock. What lies before the rows is
+    /// zero, whatever the plan says of the contents.
     bool allocate(const ResultPlan &plan);
     /// The second half: the dropped poll, and the header (0 bytes stand for the source's biSize).
     void open(std::size_t headerBytes = 0);
@@ -78,8 +78,8 @@ public:
             if (i % kColorBytes != 3)
                 palette[i] = map(palette[i]);
     }
-    /// Hands each palette entry to map(to, from), from the source's entries to the result's. What the map does not
-    /// write stays as it is: 0.
+    /// Hands each palette entry to map(to, from), from the source's entries to the result's. What the map
+    /// does not write stays as it is: 0.
     template <typename Map>
     void mapPaletteColors(Map map)
     {

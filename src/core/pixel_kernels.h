@@ -21,6 +21,8 @@ ChannelRow channelTablesRow(const ChannelTables &tables);
 namespace kernels {
 
 void channelTablesPlain(uint8_t *to, const uint8_t *from, std::size_t pixels, const ChannelTables &tables);
+/// For any processor, four bytes a store: pays on rows that are much longer than the tables.
+void channelTablesWords(uint8_t *to, const uint8_t *from, std::size_t pixels, const ChannelTables &tables);
 #if defined(__x86_64__)
 void channelTablesAvx512(uint8_t *to, const uint8_t *from, std::size_t pixels, const ChannelTables &tables);
 /// For tables that are the same for all channels.

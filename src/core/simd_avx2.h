@@ -40,8 +40,8 @@ namespace {
     return _mm_loadu_si128(reinterpret_cast<const __m128i *>(from));
 }
 
-/// Thirty-two 24-bit pixels, taken apart into a vector for each byte of a pixel. In memory they are two runs of
-/// sixteen pixels or 48 bytes; each half of a vector holds what one run has.
+/// Thirty-two 24-bit pixels, taken apart into a vector for each byte of a pixel. In memory they are two runs
+/// of sixteen pixels or 48 bytes; each half of a vector holds what one run has.
 struct Pixels {
     __m256i channel[3];
 };

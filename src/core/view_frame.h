@@ -23,13 +23,13 @@ public:
     /// Whether there is a source whose header fits its block and it has one of these depths.
     bool serves(std::initializer_list<int> depths) const;
     const DibView &source() const { return *source_; }
-    /// Where the rows of both images lie: behind biSize and the palette. It holds whatever a callback does to the
-    /// headers meanwhile.
+    /// Where the rows of both images lie: behind biSize and the palette. It holds whatever a callback does to
+    /// the headers meanwhile.
     const DibLayout &layout() const { return *layout_; }
 
-    /// Wait cursor, a block of the source's GetTotalBytes, header and palette, one dropped poll. What lies before
-    /// the rows of the result is zero until then, whatever the contents are to be.
-    /// On failure the arrow cursor is shown, the source is unlocked and the effect returns 0.
+    /// Wait cursor, a block of the source's GetTotalBytes, header and palette, one dropped poll. What lies
+    /// before the rows of the result is zero until then, whatever the contents are to be. On failure the
+    /// arrow cursor is shown, the source is unlocked and the effect returns 0.
     bool begin(Contents contents = Contents::ZeroFilled);
     DibView &result() { return *result_; }
 

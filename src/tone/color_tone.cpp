@@ -42,12 +42,8 @@ LevelColors colorsOfTone(const Strengths &strengths)
         colors.share[2][i] = grayShare(76, i);
         const int level = static_cast<int>(i);
         const int weight = (255 - level) * level;
-        const auto lifted = [=](int strength) {
-            return static_cast<uint8_t>(level + weight * strength / 255 / 255);
-        };
-        colors.channel[0][i] = lifted(strengths.blue);
-        colors.channel[1][i] = lifted(strengths.green);
-        colors.channel[2][i] = lifted(strengths.red);
+        const auto lifted = [=](int strength) { return level + weight * strength / 255 / 255; };
+        colors.setColor(level, lifted(strengths.blue), lifted(strengths.green), lifted(strengths.red));
     }
     return colors;
 }

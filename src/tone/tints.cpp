@@ -70,9 +70,7 @@ LevelColors moonColors()
         colors.share[0][i] = static_cast<uint8_t>(i * 0.11);
         colors.share[1][i] = static_cast<uint8_t>(i * 0.59);
         colors.share[2][i] = static_cast<uint8_t>(i * 0.3);
-        colors.channel[0][i] = static_cast<uint8_t>(i * kMoonBlue / 255);
-        colors.channel[1][i] = static_cast<uint8_t>(i * kMoonGreen / 255);
-        colors.channel[2][i] = static_cast<uint8_t>(i * kMoonRed / 255);
+        colors.setColor(i, i * kMoonBlue / 255, i * kMoonGreen / 255, i * kMoonRed / 255);
     }
     return colors;
 }

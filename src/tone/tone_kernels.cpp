@@ -1,6 +1,7 @@
 #include "tone/tone_kernels.h"
 #include "core/cpu.h"
 #include <algorithm>
+#include <cstring>
 
 namespace velmont {
 
@@ -19,23 +20,29 @@ void tintPlain(uint8_t *__restrict to, const uint8_t *__restrict from, std::size
 {
     const std::size_t largestAt = tint.largestBlue ? 0 : 2;
     for (std::size_t x = 0; x < 3 * pixels; x += 3) {
-        const auto [smallest, largest] = std::minmax({from[x], from[x + 1], from[x + 2]});
-        to[x + largestAt] = largest;
+        const unsigned blue = from[x], green = from[x + 1], red = from[x + 2];
+        // Written out: compilers make branches, which noise mispredicts, of std::max and std::min here.
+        const unsigned larger = blue > green ? blue : green, smaller = blue > green ? green : blue;
+        const unsigned largest = larger > red ? larger : red, smallest = smaller < red ? smaller : red;
+        to[x + largestAt] = static_cast<uint8_t>(largest);
         to[x + 1] = tint.between(largest, smallest);
-        to[x + 2 - largestAt] = smallest;
+        to[x + 2 - largestAt] = static_cast<uint8_t>(smallest);
     }
 }
 
 void levelColorPlain(uint8_t *__restrict to, const uint8_t *__restrict from, std::size_t pixels,
                      const LevelColors &colors)
 {
-    for (std::size_t x = 0; x < 3 * pixels; x += 3) {
-        const auto level = static_cast<uint8_t>(colors.share[0][from[x]] + colors.share[1][from[x + 1]] +
-                                                colors.share[2][from[x + 2]]);
-        to[x] = colors.channel[0][level];
-        to[x + 1] = colors.channel[1][level];
-        to[x + 2] = colors.channel[2][level];
-    }
+    const auto levelAt = [&](std::size_t x) {
+        return static_cast<uint8_t>(colors.share[0][from[x]] + colors.share[1][from[x + 1]] +
+                                    colors.share[2][from[x + 2]]);
+    };
+    // Four bytes at a time, of which the next pixel overwrites the last; the row's end is written by threes.
+    std::size_t x = 0;
+    for (; x + 3 < 3 * pixels; x += 3)
+        std::memcpy(to + x, colors.color[levelAt(x)], 4);
+    for (; x < 3 * pixels; x += 3)
+        std::memcpy(to + x, colors.color[levelAt(x)], 3);
 }
 
 } // namespace kernels

@@ -34,9 +34,18 @@ TintRow tintRow();
 /// A level as the sum of a share of each channel, and the colour of each level.
 struct LevelColors {
     /// Of blue, green and red. No three shares add up to more than 255.
-    alignas(64) uint8_t share[3][256];
-    /// Blue, green and red.
-    alignas(64) uint8_t channel[3][256];
+    alignas(64) uint8_t share[3][256] = {};
+    /// The colours twice, as the kernels want them: by channel, and by level with a spare byte.
+    alignas(64) uint8_t channel[3][256] = {};
+    alignas(64) uint8_t color[256][4] = {};
+
+    void setColor(int level, int blue, int green, int red)
+    {
+        const uint8_t value[3] = {static_cast<uint8_t>(blue), static_cast<uint8_t>(green),
+                                  static_cast<uint8_t>(red)};
+        for (int i = 0; i < 3; ++i)
+            color[level][i] = channel[i][level] = value[i];
+    }
 };
 using LevelColorRow = void (*)(uint8_t *to, const uint8_t *from, std::size_t pixels,
                                const LevelColors &colors);

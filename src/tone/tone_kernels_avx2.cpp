@@ -12,8 +12,8 @@ __m256i weights(int lower, int upper)
     return _mm256_set1_epi16(static_cast<short>(upper << 8 | lower));
 }
 
-/// Which of sixteen pixels are above. Channels are moved by -128 beforehand, so that the weighted sum, moved by
-/// 255 * -128, fits 16 bits.
+/// Which of sixteen pixels are above. Channels are moved by -128 beforehand, so that the weighted sum, moved
+/// by 255 * -128, fits 16 bits.
 __m256i above(__m256i bluesAndGreens, __m256i reds, __m256i limit)
 {
     const __m256i sum = _mm256_add_epi16(_mm256_maddubs_epi16(weights(29, 150), bluesAndGreens),

@@ -13,8 +13,8 @@ __m512i weights(int lower, int upper)
     return _mm512_set1_epi16(static_cast<short>(upper << 8 | lower));
 }
 
-/// Which of thirty-two pixels are above. Channels are moved by -128 beforehand, so that the weighted sum, moved
-/// by 255 * -128, fits 16 bits.
+/// Which of thirty-two pixels are above. Channels are moved by -128 beforehand, so that the weighted sum,
+/// moved by 255 * -128, fits 16 bits.
 __mmask32 above(__m512i bluesAndGreens, __m512i reds, __m512i limit)
 {
     const __m512i sum = _mm512_add_epi16(_mm512_maddubs_epi16(weights(29, 150), bluesAndGreens),
@@ -22,8 +22,8 @@ __mmask32 above(__m512i bluesAndGreens, __m512i reds, __m512i limit)
     return _mm512_cmpgt_epi16_mask(sum, limit);
 }
 
-/// Pixel 0 to 31 (half 0) or 32 to 63 (half 1): their blue and green, or their red in the lower byte, out of two
-/// vectors that start 64 * half bytes into the run.
+/// Pixel 0 to 31 (half 0) or 32 to 63 (half 1): their blue and green, or their red in the lower byte, out of
+/// two vectors that start 64 * half bytes into the run.
 struct PairPlaces {
     alignas(64) uint8_t bluesAndGreens[64], reds[64];
 

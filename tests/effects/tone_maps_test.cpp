@@ -538,11 +538,11 @@ TEST_F(ToneMaps, LevelColorKernels)
         GTEST_SKIP();
     LevelColors colors;
     const Bytes bytes = noise(768, 9);
-    for (std::size_t i = 0; i < 256; ++i)
-        for (std::size_t channel = 0; channel < 3; ++channel) {
+    for (std::size_t i = 0; i < 256; ++i) {
+        for (std::size_t channel = 0; channel < 3; ++channel)
             colors.share[channel][i] = static_cast<uint8_t>(bytes[256 * channel + i] / 3);
-            colors.channel[channel][i] = bytes[255 - i + 256 * channel];
-        }
+        colors.setColor(static_cast<int>(i), bytes[255 - i], bytes[511 - i], bytes[767 - i]);
+    }
     for (std::size_t pixels = 0; pixels <= 200; ++pixels) {
         const Bytes from = noise(1 + 3 * pixels, static_cast<uint32_t>(pixels));
         Bytes expected(3 * pixels + 64, 0xEE), got = expected;

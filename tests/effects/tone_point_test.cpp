@@ -1,5 +1,6 @@
 // Brightness and contrast, brightness by a scale, the logarithm, solarization, the threshold.
 
+#include "core/byte_kernels.h"
 #include "core/pixel_kernels.h"
 #include "platform/memory.h"
 #include "tests/effects/tone_testing.h"
@@ -346,7 +347,8 @@ TEST_F(Logarithm, ByHand)
     EXPECT_EQ(table[255], 255);
 }
 
-// Rounding up from a half: the largest level whose power of two, 256^((n - 0.5) / 255), lies at or below i + 1.
+// Rounding up from a half: the largest level whose power of two, 256^((n - 0.5) / 255), lies at or below i +
+// 1.
 TEST_F(Logarithm, EveryLevelByItsInverse)
 {
     const Bytes table = levelsOf(ProcessLogarithm);
@@ -585,8 +587,27 @@ TEST_F(PointTone, LargeImages)
 
 class PointToneKernels : public PointTone {};
 
-/// Every version of a kernel against the plain one, on rows of 1 to 67 and some more pixels that start anywhere,
-/// writing nothing behind them.
+// Long rows, on which words pay, of every remainder.
+TEST_F(PointToneKernels, TablesByWords)
+{
+    const Bytes bytes = noise(768, 3);
+    ChannelTables tables;
+    for (std::size_t channel = 0; channel < 3; ++channel)
+        std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(256 * channel), 256, tables.of[channel]);
+    for (std::size_t pixels = 0; pixels <= 2100; pixels += pixels < 20 || pixels > 1000 ? 1 : 50) {
+        const Bytes from = noise(1 + 3 * pixels, static_cast<uint32_t>(pixels));
+        Bytes expected(3 * pixels + 64, 0xEE), got = expected;
+        kernels::channelTablesPlain(expected.data(), from.data() + 1, pixels, tables);
+        kernels::channelTablesWords(got.data(), from.data() + 1, pixels, tables);
+        ASSERT_EQ(got, expected) << pixels;
+        kernels::tablePlain(expected.data(), from.data() + 1, 3 * pixels, bytes.data());
+        kernels::tableWords(got.data(), from.data() + 1, 3 * pixels, bytes.data());
+        ASSERT_EQ(got, expected) << pixels;
+    }
+}
+
+/// Every version of a kernel against the plain one, on rows of 1 to 67 and some more pixels that start
+/// anywhere, writing nothing behind them.
 template <typename Kernel, typename Run>
 void expectSameBytes(const std::vector<std::pair<CpuLevel, Kernel>> &versions, Kernel plain, Run run)
 {
