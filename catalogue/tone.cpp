@@ -366,7 +366,7 @@ constexpr std::array kEffects{
            .exportName = "ProcessAntique",
            .code = 4302,
            .family = Family::Tone,
-           .help = "the look of an old print with bleached reds",
+           .help = "a pale blue tint",
            .recordName = "tagParamAntique",
            .recordBytes = sizeof(tagParamAntique),
            .fields = kAntiqueFields,
