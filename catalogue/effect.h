@@ -14,7 +14,13 @@
 
 namespace velmont::catalogue {
 
-enum class FieldType { Int32, UInt32, Float, Double };
+enum class FieldType {
+    Int32,
+    UInt32,
+    Float,
+    Double,
+    Bytes, ///< a table of bytes; its number moves the identity ramp by so many levels
+};
 
 /// A named value of a field that is an enumeration.
 struct Choice {
@@ -34,6 +40,8 @@ struct Field {
     std::span<const Choice> choices; ///< not empty for an enumeration
     void (*store)(void *record, double value);
     double (*load)(const void *record);
+    /// The `bytes` bytes of a table, for who has each of them to store; null for other types.
+    uint8_t *(*table)(void *record) = nullptr;
 };
 
 /// The families of the catalogue, in the order in which they are listed.
@@ -79,6 +87,8 @@ struct Effect {
     bool random;     ///< draws random numbers
     /// Calls the export by name.
     void *(*call)(void *dib, void *record);
+    /// Depths beyond those that are answered with a zero-filled block, which is no image.
+    unsigned blankDepths = 0;
 };
 
 /// All effects, by family and then by name.

@@ -30,6 +30,12 @@ struct MemberOf<Value RecordType::*> {
 };
 
 template <typename Value>
+constexpr bool isByteTable()
+{
+    return std::is_array_v<Value> && std::is_same_v<std::remove_extent_t<Value>, uint8_t>;
+}
+
+template <typename Value>
 constexpr FieldType typeOf()
 {
     if constexpr (std::is_same_v<Value, int32_t>)
@@ -38,8 +44,11 @@ constexpr FieldType typeOf()
         return FieldType::UInt32;
     else if constexpr (std::is_same_v<Value, float>)
         return FieldType::Float;
+    else if constexpr (isByteTable<Value>())
+        return FieldType::Bytes;
     else {
-        static_assert(std::is_same_v<Value, double>, "a field is a 32-bit integer, a float or a double");
+        static_assert(std::is_same_v<Value, double>,
+                      "a field is a 32-bit integer, a float, a double or a table of bytes");
         return FieldType::Double;
     }
 }
@@ -53,6 +62,43 @@ Value heldTo(double value)
     constexpr double kLowest = std::numeric_limits<Value>::lowest(),
                      kHighest = std::numeric_limits<Value>::max();
     return static_cast<Value>(std::clamp(value, kLowest, kHighest));
+}
+
+/// The level whose value tells how far a ramp was moved: moved by up to 127 either way it stays within a byte.
+inline constexpr int kMiddleLevel = 128;
+
+template <typename RecordType, typename Value, Value RecordType::*Member>
+void storeField(void *record, double value)
+{
+    Value &member = static_cast<RecordType *>(record)->*Member;
+    if constexpr (isByteTable<Value>()) {
+        static_assert(std::extent_v<Value> == 256, "a table has a byte for each level");
+        const int moved = std::clamp(heldTo<int32_t>(value), -255, 255);
+        for (int level = 0; level < 256; ++level)
+            member[level] = static_cast<uint8_t>(std::clamp(level + moved, 0, 255));
+    } else {
+        member = heldTo<Value>(value);
+    }
+}
+
+template <typename RecordType, typename Value, Value RecordType::*Member>
+double loadField(const void *record)
+{
+    const Value &member = static_cast<const RecordType *>(record)->*Member;
+    if constexpr (isByteTable<Value>())
+        return member[kMiddleLevel] - kMiddleLevel;
+    else
+        return static_cast<double>(member);
+}
+
+/// The bytes of a table, null for a member that is none.
+template <typename RecordType, typename Value, Value RecordType::*Member>
+constexpr auto tableOf() -> uint8_t *(*)(void *)
+{
+    if constexpr (isByteTable<Value>())
+        return [](void *record) -> uint8_t * { return static_cast<RecordType *>(record)->*Member; };
+    else
+        return nullptr;
 }
 
 } // namespace detail
@@ -81,19 +127,17 @@ constexpr Field field(const FieldText &text)
             text.defaultValue,
             text.help,
             text.choices,
-            [](void *record, double value) {
-                static_cast<RecordType *>(record)->*Member = detail::heldTo<Value>(value);
-            },
-            [](const void *record) {
-                return static_cast<double>(static_cast<const RecordType *>(record)->*Member);
-            }};
+            detail::storeField<RecordType, Value, Member>,
+            detail::loadField<RecordType, Value, Member>,
+            detail::tableOf<RecordType, Value, Member>()};
 }
 
-/// Whether the fields cover the record: none is missing and there is nothing between them.
+/// Whether the fields cover the record: none is missing and there is nothing between them. Pointers to what the
+/// host owns are no fields and stay null; their bytes come on top.
 template <typename RecordType, std::size_t count>
-constexpr bool coverRecord(const std::array<Field, count> &fields)
+constexpr bool coverRecord(const std::array<Field, count> &fields, std::size_t pointerBytes = 0)
 {
-    std::size_t bytes = 0;
+    std::size_t bytes = pointerBytes;
     for (const Field &field : fields)
         bytes += field.bytes;
     return bytes == sizeof(RecordType) && sizeof(RecordType) <= kLargestRecord &&

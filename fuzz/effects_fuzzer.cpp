@@ -81,9 +81,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
 
     const auto all = catalogue::effects();
     const catalogue::Effect &effect = all[control.effect % all.size()];
-    catalogue::Record record = catalogue::defaultRecord(effect);
+    catalogue::Record record = catalogue::defaultRecord(effect), given = record;
     const std::size_t recordBytes = std::min({std::size_t{control.recordBytes}, effect.recordBytes, size});
-    std::memcpy(record.bytes.data(), data, recordBytes);
+    std::memcpy(given.bytes.data(), data, recordBytes);
+    for (const catalogue::Field &field : effect.fields) // pointers of the record stay null
+        field.store(record.bytes.data(), field.load(given.bytes.data()));
 
     const auto before = memory_hooks::counts();
     void *const dib = blockOf(data + recordBytes, size - recordBytes);

@@ -196,6 +196,28 @@ int ClassifyDib(void *handle)
     }
 }
 
+int ClassifyDibHeader(const Dib &dib)
+{
+    switch (dib.bitCount()) {
+    case 0:
+        return 7;
+    case 1:
+        return 5;
+    case 4:
+        return 4;
+    case 8:
+        return dib.paletteEntries() >= 256 && isGrayRamp(dib.palette(), 256) ? 1 : 3;
+    case 16:
+        return 6;
+    case 24:
+        return 2;
+    case 32:
+        return 8;
+    default:
+        return 0;
+    }
+}
+
 } // namespace velmont
 
 using namespace velmont;
@@ -283,24 +305,5 @@ int CheckDibColor(void *dib, unsigned long color)
 int TuDibGetType(void *dib)
 {
     const LockedDib source(dib);
-    if (!source)
-        return 0;
-    switch (source->bitCount()) {
-    case 0:
-        return 7;
-    case 1:
-        return 5;
-    case 4:
-        return 4;
-    case 8:
-        return source->paletteEntries() >= 256 && isGrayRamp(source->palette(), 256) ? 1 : 3;
-    case 16:
-        return 6;
-    case 24:
-        return 2;
-    case 32:
-        return 8;
-    default:
-        return 0;
-    }
+    return source ? ClassifyDibHeader(*source) : 0;
 }

@@ -46,7 +46,25 @@ static_assert(sizeof(long) >= sizeof(void *), "a record's address travels as a l
 
 /// By code. The numbers are fixed; a code that is not listed gives 0.
 constexpr std::array kEntries{
+    Entry{1, pass<&ProcessBrightnessAndContrast>},
+    Entry{2, pass<&ProcessHueAndSaturation>},
+    Entry{3, pass<&ProcessColorMap>},
+    Entry{4, pass<&ProcessColorReduction>},
+    Entry{5, pass<&ProcessEqualization>},
     Entry{6, pass<&ProcessNegative>},
+    Entry{7, pass<&ProcessThreshold>},
+    Entry{23, pass<&ProcessSolarization>},
+    Entry{24, pass<&ProcessLogarithm>},
+    Entry{33, pass<&ProcessAutoEnhance>},
+    Entry{67, pass<&ProcessToneAdjustment>},
+    Entry{70, pass<&ProcessBrightnessScale>},
+    Entry{4301, pass<&ProcessMoonlight>},
+    Entry{4302, pass<&ProcessAntique>},
+    Entry{4303, pass<&ProcessWarm>},
+    Entry{4304, pass<&ProcessCool>},
+    Entry{4305, pass<&ProcessSepia>},
+    Entry{4718, pass<&ProcessColorTone>},
+    Entry{4719, pass<&ProcessAutoLevel>},
 };
 
 static_assert(std::adjacent_find(kEntries.begin(), kEntries.end(), [](const Entry &a, const Entry &b) {

@@ -49,6 +49,8 @@ bool EffectFrame::allocate(const ResultPlan &plan)
         return false;
     }
     result_ = Dib::withLayout(resultLock_->bytes(), bytes, plan.layout);
+    if (plan.contents != Contents::ZeroFilled)
+        std::memset(result_->block(), 0, plan.layout.pixelOffset);
     return true;
 }
 
@@ -59,8 +61,8 @@ void EffectFrame::open(std::size_t headerBytes)
     if (headerBytes == 0)
         headerBytes = source_->header().biSize;
     // A callback may have written into the header meanwhile, so both blocks bound the copy.
-    std::memcpy(result_->block(), source_->block(),
-                std::min({headerBytes, result_->blockBytes(), source_->blockBytes()}));
+    headerBytes_ = std::min({headerBytes, result_->blockBytes(), source_->blockBytes()});
+    std::memcpy(result_->block(), source_->block(), headerBytes_);
 }
 
 void EffectFrame::copyPalette()
@@ -70,6 +72,18 @@ void EffectFrame::copyPalette()
                 std::min(bytes, source_->blockBytes() - kHeaderBytes));
 }
 
+void EffectFrame::clearPadding(int y)
+{
+    const auto pixelBits =
+        static_cast<std::size_t>(result_->width()) * static_cast<unsigned>(result_->bitCount());
+    uint8_t *const row = result_->row(y);
+    // A long header reaches into the rows, and what it brought into their padding stays.
+    uint8_t *const start = std::max(row + (pixelBits + 7) / 8, result_->block() + headerBytes_);
+    uint8_t *const end = row + result_->stride();
+    if (start < end)
+        std::memset(start, 0, static_cast<std::size_t>(end - start));
+}
+
 void *EffectFrame::finish()
 {
     sourceLock_.unlock();
@@ -77,7 +91,8 @@ void *EffectFrame::finish()
     void *const handle = std::exchange(resultHandle_, nullptr);
     if (aborted_)
         KelMemFree(handle);
-    ShowImageProcessing(100);
+    if (steps_.finalReport)
+        ShowImageProcessing(100);
     if (steps_.arrowCursor)
         showArrowCursor();
     return aborted_ ? nullptr : handle;

@@ -27,6 +27,7 @@ struct FrameSteps {
     bool waitCursor = true;  ///< before the result is allocated
     bool droppedPoll = true; ///< the abort poll whose answer is dropped
     bool arrowCursor = true; ///< at the end, and where the allocation failed
+    bool finalReport = true; ///< 100 percent at the end
 };
 
 /// What an effect's result is to be.
@@ -50,12 +51,16 @@ public:
     bool serves(std::initializer_list<int> depths) const;
     const Dib &source() const { return *source_; }
 
-    /// Starts the work: allocate() and open(). On failure everything is as it was, but for the cursors shown, and
-    /// the effect returns 0.
+    /// Starts the work: allocate() and open(). On failure everything is as it was, but for the cursors shown,
+    /// and the effect returns 0.
     bool begin(const ResultPlan &plan);
-    /// A zero-filled result laid out like the source.
-    bool begin() { return begin({source_->layout()}); }
-    /// The first half of begin(): wait cursor, the result's block and its lock.
+    /// A result laid out like the source.
+    bool begin(Contents contents = Contents::ZeroFilled)
+    {
+        return begin(ResultPlan{source_->layout(), contents});
+    }
+    /// The first half of begin(): wait cursor, the result's block and its lock. What lies before the rows is
+    /// zero, whatever the plan says of the contents.
     bool allocate(const ResultPlan &plan);
     /// The second half: the dropped poll, and the header (0 bytes stand for the source's biSize).
     void open(std::size_t headerBytes = 0);
@@ -73,6 +78,16 @@ public:
             if (i % kColorBytes != 3)
                 palette[i] = map(palette[i]);
     }
+    /// Hands each palette entry to map(to, from), from the source's entries to the result's. What the map
+    /// does not write stays as it is: 0.
+    template <typename Map>
+    void mapPaletteColors(Map map)
+    {
+        for (std::size_t i = 0; i < result_->paletteEntries(); ++i)
+            map(result_->palette() + kColorBytes * i, source_->palette() + kColorBytes * i);
+    }
+    /// For a result that is not zero-filled: clears what lies behind the pixels of a row.
+    void clearPadding(int y);
     /// The rows of the source; an abort ends the range and the effect.
     RowLoop rows(RowCadence cadence = {}) { return {source_->height(), aborted_, cadence}; }
     /// Ends the effect as an abort does: the ranges over rows are empty from now on.
@@ -92,6 +107,7 @@ private:
     void *resultHandle_ = nullptr;
     std::optional<BlockLock> resultLock_;
     std::optional<Dib> result_;
+    std::size_t headerBytes_ = 0; ///< those copied into the result
     bool aborted_ = false;
 };
 

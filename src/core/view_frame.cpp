@@ -1,6 +1,4 @@
 #include "core/view_frame.h"
-#include "core/dib_layout.h"
-#include "platform/memory.h"
 #include "platform/services.h"
 #include <algorithm>
 #include <cstring>
@@ -10,12 +8,12 @@ namespace velmont {
 
 namespace {
 
-/// Whether header, palette and rows lie inside the block, as the view places them: behind biSize, which need
-/// not be 40.
-bool fitsItsBlock(const DibView &view)
+/// Where the view places the rows: behind biSize, which need not be 40, and the palette. Nothing when they do not
+/// lie inside the block.
+std::optional<DibLayout> layoutOf(const DibView &view)
 {
     if (!view.header)
-        return false;
+        return std::nullopt;
     DibHeader header;
     std::memcpy(&header, view.header, sizeof header);
     const uint64_t paletteBytes = header.biBitCount <= 8 && header.biClrUsed != 0
@@ -23,7 +21,18 @@ bool fitsItsBlock(const DibView &view)
                                       : view.GetPaletteBytes();
     const auto layout =
         DibLayout::make(header.biWidth, header.biHeight, header.biBitCount, header.biSize + paletteBytes);
-    return header.biSize >= kHeaderBytes && layout && layout->totalBytes() <= KelMemSize(view.handle);
+    const bool fits =
+        header.biSize >= kHeaderBytes && layout && layout->totalBytes() <= KelMemSize(view.handle);
+    return fits ? layout : std::nullopt;
+}
+
+/// Whether the block could be locked for it.
+bool clearBytes(void *handle, std::size_t bytes)
+{
+    const BlockLock lock(handle);
+    if (lock.bytes())
+        std::memset(lock.bytes(), 0, bytes);
+    return lock.bytes() != nullptr;
 }
 
 } // namespace
@@ -31,7 +40,7 @@ bool fitsItsBlock(const DibView &view)
 ViewFrame::ViewFrame(void *dib)
 {
     source_.emplace(dib);
-    fitsBlock_ = fitsItsBlock(*source_);
+    layout_ = layoutOf(*source_);
 }
 
 ViewFrame::~ViewFrame()
@@ -44,14 +53,16 @@ ViewFrame::~ViewFrame()
 
 bool ViewFrame::serves(std::initializer_list<int> depths) const
 {
-    return fitsBlock_ && std::find(depths.begin(), depths.end(), source_->GetBitCount()) != depths.end();
+    return layout_ && std::find(depths.begin(), depths.end(), layout_->bitCount) != depths.end();
 }
 
-bool ViewFrame::begin()
+bool ViewFrame::begin(Contents contents)
 {
     showWaitCursor();
-    resultHandle_ = KelMemAlloc(KEL_MEM_MOVEABLE | KEL_MEM_ZERO, source_->GetTotalBytes());
-    if (resultHandle_)
+    resultHandle_ = allocateBlock(KEL_MEM_MOVEABLE | KEL_MEM_ZERO, layout_->totalBytes(), contents);
+    // The view has to find a header of zeros, so that it works out its measures once the source's is there.
+    if (resultHandle_ &&
+        (contents == Contents::ZeroFilled || clearBytes(resultHandle_, layout_->pixelOffset)))
         result_.emplace(resultHandle_);
     if (!result_ || !result_->header) {
         result_.reset();

@@ -4,8 +4,10 @@
 /// The effects' shared shape with DibViews on both images, for the colour effects that read and write single
 /// pixels. See core/effect_frame.h for the steps.
 
+#include "core/dib_layout.h"
 #include "core/dib_view.h"
 #include "core/row_loop.h"
+#include "platform/memory.h"
 #include <initializer_list>
 #include <optional>
 
@@ -21,14 +23,18 @@ public:
     /// Whether there is a source whose header fits its block and it has one of these depths.
     bool serves(std::initializer_list<int> depths) const;
     const DibView &source() const { return *source_; }
+    /// Where the rows of both images lie: behind biSize and the palette. It holds whatever a callback does to
+    /// the headers meanwhile.
+    const DibLayout &layout() const { return *layout_; }
 
-    /// Wait cursor, a zero-filled block of the source's GetTotalBytes, header and palette, one dropped poll.
-    /// On failure the arrow cursor is shown, the source is unlocked and the effect returns 0.
-    bool begin();
+    /// Wait cursor, a block of the source's GetTotalBytes, header and palette, one dropped poll. What lies
+    /// before the rows of the result is zero until then, whatever the contents are to be. On failure the
+    /// arrow cursor is shown, the source is unlocked and the effect returns 0.
+    bool begin(Contents contents = Contents::ZeroFilled);
     DibView &result() { return *result_; }
 
     /// The rows of the source; an abort ends the range and the effect.
-    RowLoop rows() { return {source_->GetHeight(), aborted_}; }
+    RowLoop rows() { return {layout_->height, aborted_}; }
 
     /// Unlocks both blocks, frees the result after an abort, reports 100, shows the arrow cursor.
     /// \return the result's handle, or null after an abort.
@@ -36,9 +42,9 @@ public:
 
 private:
     std::optional<DibView> source_;
+    std::optional<DibLayout> layout_; ///< nothing where it does not fit the block
     void *resultHandle_ = nullptr;
     std::optional<DibView> result_;
-    bool fitsBlock_ = false;
     bool aborted_ = false;
 };
 

@@ -15,44 +15,6 @@ __m256i share(__m256i values, short weight)
     return _mm256_srli_epi16(_mm256_mulhi_epu16(sum, _mm256_set1_epi16(static_cast<short>(0x8081))), 7);
 }
 
-/// Thirty-two pixels as three vectors, each holding two runs of sixteen pixels in its halves.
-struct Pixels {
-    __m256i part[3];
-
-    explicit Pixels(const uint8_t *from)
-    {
-        for (int i = 0; i < 3; ++i)
-            part[i] = _mm256_inserti128_si256(_mm256_castsi128_si256(half(from + 16 * i)),
-                                              half(from + 48 + 16 * i), 1);
-    }
-    static __m128i half(const uint8_t *from)
-    {
-        return _mm_loadu_si128(reinterpret_cast<const __m128i *>(from));
-    }
-
-    /// The bytes of one channel: those whose place in the run of 48 is `channel` modulo 3.
-    __m256i channel(int channel) const
-    {
-        __m256i bytes = _mm256_setzero_si256();
-        for (int i = 0; i < 3; ++i)
-            bytes = _mm256_or_si256(bytes, _mm256_shuffle_epi8(part[i], places(channel, i)));
-        return bytes;
-    }
-
-private:
-    /// For each of the sixteen pixels of a run the byte of part `i` that holds its channel; 0x80, which gives
-    /// 0, where another part does.
-    static __m256i places(int channel, int i)
-    {
-        alignas(16) uint8_t place[16];
-        for (int pixel = 0; pixel < 16; ++pixel) {
-            const int byte = 3 * pixel + channel - 16 * i;
-            place[pixel] = byte >= 0 && byte < 16 ? static_cast<uint8_t>(byte) : 0x80;
-        }
-        return _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i *>(place)));
-    }
-};
-
 __m256i grayOfPixels(__m256i blue, __m256i green, __m256i red)
 {
     return _mm256_add_epi16(_mm256_add_epi16(share(red, 76), share(green, 150)), share(blue, 29));
@@ -65,8 +27,7 @@ void bgrToGrayAvx2(uint8_t *to, const uint8_t *from, std::size_t pixels)
     const __m256i zero = _mm256_setzero_si256();
     std::size_t x = 0;
     for (; x + 32 <= pixels; x += 32) {
-        const Pixels run(from + 3 * x);
-        const __m256i blue = run.channel(0), green = run.channel(1), red = run.channel(2);
+        const auto [blue, green, red] = loadPixels(from + 3 * x).channel;
         const __m256i low = grayOfPixels(_mm256_unpacklo_epi8(blue, zero), _mm256_unpacklo_epi8(green, zero),
                                          _mm256_unpacklo_epi8(red, zero));
         const __m256i high = grayOfPixels(_mm256_unpackhi_epi8(blue, zero), _mm256_unpackhi_epi8(green, zero),
@@ -83,7 +44,7 @@ void grayToBgrAvx2(uint8_t *to, const uint8_t *from, std::size_t pixels, const C
     const __m128i third = _mm_setr_epi8(10, 11, 11, 11, 12, 12, 12, 13, 13, 13, 14, 14, 14, 15, 15, 15);
     std::size_t x = 0;
     for (; x + 16 <= pixels; x += 16) {
-        const __m128i gray = Pixels::half(from + x);
+        const __m128i gray = loadHalf(from + x);
         auto *const out = reinterpret_cast<__m128i *>(to + 3 * x);
         _mm_storeu_si128(out, _mm_shuffle_epi8(gray, first));
         _mm_storeu_si128(out + 1, _mm_shuffle_epi8(gray, second));

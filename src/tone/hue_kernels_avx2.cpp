@@ -1,0 +1,42 @@
+// Compiled for AVX2: only intrinsics and functions of this file, so that nothing shared is compiled for it.
+#include "core/simd_avx2.h"
+#include "tone/hue_runs.h"
+
+namespace velmont::kernels {
+
+namespace {
+
+void takeApart(Run &run, const uint8_t *from)
+{
+    for (int half = 0; half < 2; ++half) {
+        const Pixels pixels = loadPixels(from + 96 * half);
+        for (int channel = 0; channel < 3; ++channel)
+            store(run.channel[channel] + 32 * half, pixels.channel[channel]);
+    }
+}
+
+void putTogether(uint8_t *to, const Run &run)
+{
+    for (int half = 0; half < 2; ++half) {
+        Pixels pixels;
+        for (int channel = 0; channel < 3; ++channel)
+            pixels.channel[channel] = load(run.channel[channel] + 32 * half);
+        storePixels(to + 96 * half, pixels);
+    }
+}
+
+} // namespace
+
+void hueShiftAvx2(uint8_t *to, const uint8_t *from, std::size_t pixels, const HueShift &shift)
+{
+    Run run;
+    std::size_t x = 0;
+    for (; x + kRun <= pixels; x += kRun) {
+        takeApart(run, from + 3 * x);
+        shiftRun(run, shift);
+        putTogether(to + 3 * x, run);
+    }
+    hueShiftPlain(to + 3 * x, from + 3 * x, pixels - x, shift);
+}
+
+} // namespace velmont::kernels
