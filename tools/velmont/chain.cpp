@@ -86,7 +86,7 @@ private:
         if (std::ranges::find(fieldsGiven_, name) != fieldsGiven_.end())
             refuse(step.effect->name, ": ", name, " is given twice");
         fieldsGiven_.emplace_back(name);
-        field.store(step.record.bytes.data(), parseValue(*step.effect, field, value));
+        storeValue(step.record.bytes.data(), *step.effect, field, value);
     }
 
     void takeInput(const std::string &word)

@@ -2,6 +2,7 @@
 #include "apply.h"
 #include "exit_codes.h"
 #include "field_value.h"
+#include "histogram.h"
 #include "info.h"
 #include "list.h"
 #include "nearest_name.h"
@@ -43,6 +44,7 @@ struct Request {
     std::string output;
     std::optional<std::string> quality;
     ApplyOptions apply;
+    HistogramOptions histogram;
 };
 
 /// Help with a usage line of its own.
@@ -81,6 +83,12 @@ void defineCommands(CLI::App &app, Request &request)
 
     CLI::App *const info = addCommand(app, "info", "EFFECT", "Show all about one effect");
     info->add_option("EFFECT", request.effect, "A name of the list");
+
+    CLI::App *const histogram =
+        addCommand(app, "histogram", "[--json] [--convert] INPUT", "Show how often each level occurs");
+    histogram->add_option("INPUT", request.words, "The image");
+    histogram->add_flag("--json", request.histogram.json, "Every bin, for programs");
+    histogram->add_flag("--convert", request.histogram.convert, "Count the colours of a palette");
 
     CLI::App *const apply = addCommand(
         app, "apply", "EFFECT [field=value ...] [then EFFECT [field=value ...]]... INPUT -o OUTPUT",
@@ -209,6 +217,13 @@ void runInfo(const Request &request)
     print(infoText(requireEffect(catalogue::effects(), request.effect)));
 }
 
+void runHistogram(const Request &request)
+{
+    if (request.words.size() != 1)
+        refuse("histogram needs one image");
+    print(histogramText(request.words.front(), request.histogram));
+}
+
 void runApply(Request &request)
 {
     request.apply.output = request.output;
@@ -227,7 +242,8 @@ void runCommandLine(std::span<char *const> arguments)
     const Arguments split = splitArguments(arguments);
     if (!parse(app, split.free))
         return;
-    if (!app.got_subcommand("apply") && !split.literal.empty())
+    const bool takesFiles = app.got_subcommand("apply") || app.got_subcommand("histogram");
+    if (!takesFiles && !split.literal.empty())
         refuse("unexpected word ", inQuotes(split.literal.front()));
     request.words.insert(request.words.end(), split.literal.begin(), split.literal.end());
     if (app.got_subcommand("apply"))
@@ -236,9 +252,11 @@ void runCommandLine(std::span<char *const> arguments)
         runInfo(request);
     else if (app.got_subcommand("list"))
         runList(request);
+    else if (app.got_subcommand("histogram"))
+        runHistogram(request);
     else
-        refuse("usage: velmont list | info EFFECT | apply EFFECT ... INPUT -o OUTPUT; \"velmont --help\" "
-               "says more");
+        refuse("usage: velmont list | info EFFECT | apply EFFECT ... INPUT -o OUTPUT | histogram INPUT; "
+               "\"velmont --help\" says more");
 }
 
 } // namespace velmont::cli

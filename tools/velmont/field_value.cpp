@@ -14,11 +14,6 @@ namespace {
 using catalogue::Field;
 using catalogue::FieldType;
 
-bool isWhole(const Field &field)
-{
-    return field.type == FieldType::Int32 || field.type == FieldType::UInt32;
-}
-
 /// One value and the place that it was given for.
 struct Given {
     const catalogue::Effect &effect;
@@ -79,6 +74,22 @@ double wholeValue(const Given &given)
     return inRange(given, static_cast<double>(*value));
 }
 
+/// 256 levels joined by commas.
+void storeTable(const Given &given, uint8_t *table)
+{
+    std::string_view rest = given.text;
+    for (int i = 0; i < 256; ++i) {
+        const std::string_view word = rest.substr(0, rest.find(','));
+        bool outOfRange = false;
+        const auto level = parseWhole(word, outOfRange);
+        const bool isLast = word.size() == rest.size();
+        if (!level || *level < 0 || *level > 255 || isLast != (i == 255))
+            refuseText(given);
+        table[i] = static_cast<uint8_t>(*level);
+        rest.remove_prefix(isLast ? rest.size() : word.size() + 1);
+    }
+}
+
 double realValue(const Given &given)
 {
     double value = 0;
@@ -125,6 +136,11 @@ std::optional<long long> parseWhole(std::string_view text, bool &outOfRange)
     return value;
 }
 
+bool isWhole(const Field &field)
+{
+    return field.type != FieldType::Float && field.type != FieldType::Double;
+}
+
 bool isColour(const Field &field)
 {
     return field.unit == "colour";
@@ -136,8 +152,10 @@ std::string describeValues(const Field &field)
         return concat("one of ", joined(namesOf(field.choices)));
     if (isColour(field))
         return "a colour as #rrggbb";
-    return concat(isWhole(field) ? "a whole number" : "a number", " from ", formatNumber(field.minimum),
-                  " to ", formatNumber(field.maximum));
+    return concat(
+        field.type == FieldType::Bytes ? "256 levels joined by commas, or one number that moves all: " : "",
+        isWhole(field) ? "a whole number" : "a number", " from ", formatNumber(field.minimum), " to ",
+        formatNumber(field.maximum));
 }
 
 std::string formatValue(const Field &field, double value)
@@ -157,6 +175,14 @@ double parseValue(const catalogue::Effect &effect, const Field &field, std::stri
     if (isColour(field))
         return colourValue(given);
     return isWhole(field) ? wholeValue(given) : realValue(given);
+}
+
+void storeValue(void *record, const catalogue::Effect &effect, const Field &field, std::string_view text)
+{
+    if (field.table && text.find(',') != std::string_view::npos)
+        storeTable({effect, field, text}, field.table(record));
+    else
+        field.store(record, parseValue(effect, field, text));
 }
 
 } // namespace velmont::cli

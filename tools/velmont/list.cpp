@@ -1,5 +1,6 @@
 #include "list.h"
 #include "catalogue/effect.h"
+#include "field_value.h"
 #include "text.h"
 #include <algorithm>
 #include <nlohmann/json.hpp>
@@ -23,6 +24,8 @@ std::string_view typeName(FieldType type)
         return "uint32";
     case FieldType::Float:
         return "float";
+    case FieldType::Bytes:
+        return "bytes";
     case FieldType::Double:
         break;
     }
@@ -32,9 +35,7 @@ std::string_view typeName(FieldType type)
 /// Fields of whole numbers have whole numbers.
 Json numberOf(const Field &field, double value)
 {
-    if (field.type == FieldType::Int32 || field.type == FieldType::UInt32)
-        return static_cast<long long>(value);
-    return value;
+    return isWhole(field) ? Json(static_cast<long long>(value)) : Json(value);
 }
 
 Json choicesOf(const Field &field)
