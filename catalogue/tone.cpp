@@ -66,13 +66,13 @@ static_assert(coverRecord<IntParameter>(kAutoEnhanceFields));
 
 constexpr std::array kAutoLevelFields{
     field<&tagParamAutoLevel::gammaLevel>(
-        {.name = "gamma-level",
+        {.name = "gammaLevel",
          .unit = {},
          .minimum = 0,
          .maximum = 9,
          .defaultValue = 5,
          .help = "brightness of the middle tones in colour, 5 leaves them; 0 takes the default"}),
-    field<&tagParamAutoLevel::defaultGammaLevel>({.name = "default-gamma-level",
+    field<&tagParamAutoLevel::defaultGammaLevel>({.name = "defaultGammaLevel",
                                                   .unit = {},
                                                   .minimum = 0,
                                                   .maximum = 9,

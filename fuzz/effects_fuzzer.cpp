@@ -35,8 +35,8 @@ void useUtilities(void *dib, const Control &control)
 {
     int width = 0, height = 0;
     GetDibSize(dib, &width, &height);
-    for (const int x : {0, 1, 7, width - 1, int{control.effect}})
-        GetPixelValue(dib, x, std::min(height - 1, int{control.abortAtPoll}));
+    for (const int x : {0, 1, 7, width, int{control.effect}})
+        GetPixelValue(dib, x, std::min(height, int{control.abortAtPoll}));
     IsDibGray(dib);
     GetColorIndex(dib, 0x123456);
     CheckDibColor(dib, control.effect);

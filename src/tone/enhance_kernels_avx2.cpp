@@ -18,7 +18,7 @@ __m256i sumOfThree(const uint8_t *from, std::size_t step)
 }
 
 /// gain * |difference| / 800: first a 32nd of the product, then a 25th of that, both rounded down, which is
-/// exact. 5243 / 2^17 is a 25th closely enough for quotients of up to 65535.
+/// exact. 5243 / 2^17 is a 25th exactly below 43699; parts stay below 16257.
 __m256i shareOf(__m256i difference, __m256i gain)
 {
     const __m256i size = _mm256_abs_epi16(difference);

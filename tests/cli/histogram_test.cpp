@@ -103,17 +103,17 @@ TEST_F(HistogramCommand, RefusesAPaletteUnlessItMayConvert)
     save(Kind::Paletted, 9, 5, file("palette.png"));
     expectRefusal(
         {"histogram", "palette.png"}, 3,
-        "velmont: histogram: palette.png is 8-bit paletted; histogram takes 8-bit gray and 24-bit; pass "
-        "--convert to count its colours\n");
+        "histogram: palette.png is 8-bit paletted; histogram takes 8-bit gray and 24-bit; pass "
+        "--convert to count its colours");
     EXPECT_EQ(jsonOf({"histogram", "--convert", "--json", "palette.png"})["channels"].size(), 4u);
 }
 
 TEST_F(HistogramCommand, RefusesWhatIsNoImage)
 {
     writeText("text.png", "no image");
-    expectRefusal({"histogram", "text.png"}, 3, "velmont: text.png: not a PNG, JPEG or BMP file\n");
-    expectRefusal({"histogram"}, 2, "velmont: histogram needs one image\n");
-    expectRefusal({"histogram", "a.png", "b.png"}, 2, "velmont: histogram needs one image\n");
+    expectRefusal({"histogram", "text.png"}, 3, "text.png: not a PNG, JPEG or BMP file");
+    expectRefusal({"histogram"}, 2, "histogram needs one image");
+    expectRefusal({"histogram", "a.png", "b.png"}, 2, "histogram needs one image");
 }
 
 } // namespace

@@ -126,6 +126,12 @@ TEST_P(EachEntry, FieldsHaveTheirOwnPlaces)
         EXPECT_EQ(field.load(record.bytes.data()), value++) << field.name;
 }
 
+/// Bytes of a record for what the host owns: no field, and null in a record of the catalogue's.
+std::size_t hostPointerBytes(const Effect &effect)
+{
+    return effect.recordName == "tagParamAutoLevel" ? sizeof(void *) : 0;
+}
+
 TEST_P(EachEntry, FieldsCoverTheRecordAndNothingElse)
 {
     ASSERT_LE(effect_.recordBytes, kLargestRecord);
@@ -137,7 +143,7 @@ TEST_P(EachEntry, FieldsCoverTheRecordAndNothingElse)
     if (effect_.recordName == "int") {
         EXPECT_EQ(effect_.recordBytes, 4u);
     }
-    std::size_t sum = 0;
+    std::size_t sum = hostPointerBytes(effect_);
     Record zeros, ones;
     ones.bytes.fill(std::byte{0xFF});
     for (const Field &field : effect_.fields) {
@@ -146,7 +152,10 @@ TEST_P(EachEntry, FieldsCoverTheRecordAndNothingElse)
         field.store(ones.bytes.data(), field.defaultValue);
     }
     EXPECT_EQ(sum, effect_.recordBytes);
-    EXPECT_EQ(std::memcmp(zeros.bytes.data(), ones.bytes.data(), effect_.recordBytes), 0);
+    std::size_t untouched = 0;
+    for (std::size_t i = 0; i < effect_.recordBytes; ++i)
+        untouched += zeros.bytes[i] != ones.bytes[i];
+    EXPECT_EQ(untouched, hostPointerBytes(effect_));
     for (std::size_t i = effect_.recordBytes; i < kLargestRecord; ++i)
         ASSERT_TRUE(zeros.bytes[i] == std::byte{0} && ones.bytes[i] == std::byte{0xFF}) << i;
 }

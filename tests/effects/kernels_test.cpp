@@ -344,7 +344,7 @@ TEST(KernelChoice, FollowsTheLevel)
     }
     EXPECT_TRUE(chosen(CpuLevel::Baseline, complementRow, Stores::Streaming) == kernels::complementPlain);
     EXPECT_TRUE(chosen(CpuLevel::Baseline, copyRow, Stores::Streaming) == kernels::copyPlain);
-    EXPECT_TRUE(chosen(CpuLevel::Baseline, tableRow) == kernels::tablePlain);
+    EXPECT_TRUE(chosen(CpuLevel::Baseline, tableRow) == kernels::tableWords);
     EXPECT_TRUE(chosen(CpuLevel::Baseline, bgrToGrayRow) == kernels::bgrToGrayPlain);
     EXPECT_TRUE(chosen(CpuLevel::Baseline, indexToBgrRow, grays()) == kernels::indexToBgrPlain);
     EXPECT_TRUE(chosen(CpuLevel::Baseline, aboveThresholdRow, 100) == kernels::aboveThresholdPlain);

@@ -106,7 +106,7 @@ void expectFrame(const Effect &effect)
 class ToneMaps : public ::testing::Test {
 protected:
     NothingLost check_;
-    LevelRestored restore_;
+    Restore restore_;
 };
 
 class ColorMap : public ToneMaps {};

@@ -85,7 +85,7 @@ void expectFrameEvents(const Effect &effect, const Events &begin)
 class PointTone : public ::testing::Test {
 protected:
     NothingLost check_;
-    LevelRestored restore_;
+    Restore restore_;
 };
 
 class BrightnessContrast : public PointTone {};

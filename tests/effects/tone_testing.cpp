@@ -204,16 +204,4 @@ void expectLiesRefused(const Effect &effect)
         refuses(paletted(5, 3, bits, 4).bytes());
 }
 
-std::vector<CpuLevel> cpuLevels()
-{
-    std::vector<CpuLevel> levels;
-    for (const CpuLevel level : {CpuLevel::Baseline, CpuLevel::Avx2, CpuLevel::Avx512}) {
-        limitCpuLevel(level);
-        if (cpuLevel() == level)
-            levels.push_back(level);
-    }
-    limitCpuLevel(CpuLevel::Avx512);
-    return levels;
-}
-
 } // namespace velmont::testing

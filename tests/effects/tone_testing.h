@@ -3,7 +3,7 @@
 /// \file
 /// What the tests of the tone effects share: images of each kind beside the bytes that they were made of.
 
-#include "core/cpu.h"
+#include "tests/effects/watching_host.h"
 #include "tests/support/images.h"
 #include "tests/support/recording_host.h"
 #include <functional>
@@ -38,7 +38,6 @@ Pieces withLevels(const Pieces &source, const std::function<uint8_t(uint8_t)> &m
 /// The image with map(entry) on the four bytes of each palette entry.
 Pieces withEntries(const Pieces &source, const std::function<void(uint8_t *)> &map);
 
-using Events = std::vector<std::string>;
 using Effect = std::function<void *(void *)>;
 
 /// The bytes of an effect's result; none when it is null. Checks that the source keeps its bytes and locks.
@@ -59,12 +58,5 @@ void expectAborts(const Pieces &source, const Effect &effect, int dropped,
 void expectFailuresSurvived(const Pieces &source, const Effect &effect);
 /// Blocks that are shorter than their header says, and headers that say what no block can be.
 void expectLiesRefused(const Effect &effect);
-
-/// The levels of this machine, the plain one first.
-std::vector<CpuLevel> cpuLevels();
-/// Lifts the limit on the level at its end.
-struct LevelRestored {
-    ~LevelRestored() { limitCpuLevel(CpuLevel::Avx512); }
-};
 
 } // namespace velmont::testing

@@ -104,7 +104,7 @@ Bytes pixelOf(const Effect &effect, const Bytes &pixel)
 class Tints : public ::testing::Test {
 protected:
     NothingLost check_;
-    LevelRestored restore_;
+    Restore restore_;
 };
 
 TEST_F(Tints, ByHand)
