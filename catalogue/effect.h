@@ -83,12 +83,13 @@ struct Effect {
     std::string_view recordName; ///< "tag..." or "int"; empty without parameters
     std::size_t recordBytes;     ///< 0 without parameters
     std::span<const Field> fields;
-    unsigned depths; ///< Depth values, or'ed
+    unsigned depths; ///< Depth values, or'ed: those that give a useful picture
     bool random;     ///< draws random numbers
     /// Calls the export by name.
     void *(*call)(void *dib, void *record);
     /// Depths beyond those that are answered with a zero-filled block, which is no image.
     unsigned blankDepths = 0;
+    unsigned otherDepths = 0; ///< not refused either, but of no use
 };
 
 /// All effects, by family and then by name.

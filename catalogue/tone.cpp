@@ -206,6 +206,44 @@ constexpr std::array kMoonlightFields{
 };
 static_assert(coverRecord<tagParamMoonlight>(kMoonlightFields));
 
+/// One slot of a group of ProcessHueSaturation's record.
+template <auto Group, std::size_t slot>
+constexpr Field hueSlot(std::string_view name, std::string_view unit, double limit, double defaultValue,
+                        std::string_view help)
+{
+    return field<Group, slot>({.name = name,
+                               .unit = unit,
+                               .minimum = -limit,
+                               .maximum = limit,
+                               .defaultValue = defaultValue,
+                               .help = help});
+}
+
+constexpr std::array kHueSaturationFields{
+    hueSlot<&tagHueSaturateParam::hue, 0>("hue-master", "degrees", 180, 20, "turn of all hues"),
+    hueSlot<&tagHueSaturateParam::hue, 1>("hue-reds", "degrees", 180, 0, "turn of hues from red to yellow"),
+    hueSlot<&tagHueSaturateParam::hue, 2>("hue-yellows", "degrees", 180, 0, "turn of hues from yellow to green"),
+    hueSlot<&tagHueSaturateParam::hue, 3>("hue-greens", "degrees", 180, 0, "turn of hues from green to cyan"),
+    hueSlot<&tagHueSaturateParam::hue, 4>("hue-cyans", "degrees", 180, 0, "turn of hues from cyan to blue"),
+    hueSlot<&tagHueSaturateParam::hue, 5>("hue-blues", "degrees", 180, 0, "turn of hues from blue to magenta"),
+    hueSlot<&tagHueSaturateParam::hue, 6>("hue-magentas", "degrees", 180, 0, "turn of hues from magenta to red"),
+    hueSlot<&tagHueSaturateParam::lightness, 0>("lightness-master", "", 180, 0, "lightness of all hues, below 0 darker"),
+    hueSlot<&tagHueSaturateParam::lightness, 1>("lightness-reds", "", 180, 0, "lightness of hues from red to yellow, below 0 darker"),
+    hueSlot<&tagHueSaturateParam::lightness, 2>("lightness-yellows", "", 180, 0, "lightness of hues from yellow to green, below 0 darker"),
+    hueSlot<&tagHueSaturateParam::lightness, 3>("lightness-greens", "", 180, 0, "lightness of hues from green to cyan, below 0 darker"),
+    hueSlot<&tagHueSaturateParam::lightness, 4>("lightness-cyans", "", 180, 0, "lightness of hues from cyan to blue, below 0 darker"),
+    hueSlot<&tagHueSaturateParam::lightness, 5>("lightness-blues", "", 180, 0, "lightness of hues from blue to magenta, below 0 darker"),
+    hueSlot<&tagHueSaturateParam::lightness, 6>("lightness-magentas", "", 180, 0, "lightness of hues from magenta to red, below 0 darker"),
+    hueSlot<&tagHueSaturateParam::saturation, 0>("saturation-master", "percent", 100, 20, "saturation of all hues, below 0 grayer"),
+    hueSlot<&tagHueSaturateParam::saturation, 1>("saturation-reds", "percent", 100, 0, "saturation of hues from red to yellow, below 0 grayer"),
+    hueSlot<&tagHueSaturateParam::saturation, 2>("saturation-yellows", "percent", 100, 0, "saturation of hues from yellow to green, below 0 grayer"),
+    hueSlot<&tagHueSaturateParam::saturation, 3>("saturation-greens", "percent", 100, 0, "saturation of hues from green to cyan, below 0 grayer"),
+    hueSlot<&tagHueSaturateParam::saturation, 4>("saturation-cyans", "percent", 100, 0, "saturation of hues from cyan to blue, below 0 grayer"),
+    hueSlot<&tagHueSaturateParam::saturation, 5>("saturation-blues", "percent", 100, 0, "saturation of hues from blue to magenta, below 0 grayer"),
+    hueSlot<&tagHueSaturateParam::saturation, 6>("saturation-magentas", "percent", 100, 0, "saturation of hues from magenta to red, below 0 grayer"),
+};
+static_assert(coverRecord<tagHueSaturateParam>(kHueSaturationFields));
+
 constexpr std::array kEffects{
     Effect{.name = "auto-enhance",
            .exportName = "ProcessAutoEnhance",
@@ -251,6 +289,18 @@ constexpr std::array kEffects{
            .depths = Depth4 | Depth8 | Depth24,
            .random = false,
            .call = callWithRecord<&ProcessHueAndSaturation, tagParamHueSaturation>},
+    Effect{.name = "hue-saturation",
+           .exportName = "ProcessHueSaturation",
+           .code = {},
+           .family = Family::Tone,
+           .help = "hue, lightness and saturation for all hues and for each sixth of them",
+           .recordName = "tagHueSaturateParam",
+           .recordBytes = sizeof(tagHueSaturateParam),
+           .fields = kHueSaturationFields,
+           .depths = Depth24,
+           .random = false,
+           .call = callWithRecord<&ProcessHueSaturation, tagHueSaturateParam>,
+           .otherDepths = Depth1 | Depth4 | Depth8},
     Effect{.name = "negative",
            .exportName = "ProcessNegative",
            .code = 6,

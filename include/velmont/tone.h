@@ -194,3 +194,17 @@ struct tagParamHueSaturation {
 /// and wait and arrow twice in a run. Copied rows poll and report at every byte whose place has none of the bits of
 /// 0x2FF.
 VELMONT_API void *ProcessHueAndSaturation(void *dib, tagParamHueSaturation *param);
+
+/// ProcessHueSaturation's record. In each group slot 0 is the master, which counts for all hues, and slots 1 to 6
+/// are added for a sixth of the hues each: from red to yellow, to green, to cyan, to blue, to magenta, to red.
+struct tagHueSaturateParam {
+    double hue[7];        ///< degrees that hues turn, -180 to 180
+    double lightness[7];  ///< -180 to 180; about 200 makes all white and -200 black, master and sixth together
+    double saturation[7]; ///< percent, -100 to 100; -100 leaves 1 of 255 at most
+};
+
+/// Hue, lightness and saturation by the hue of each pixel. A turn goes once around the circle at most.
+/// Depths: made for 24 bits. Others are not refused: pixels are three bytes wide there too and biBitCount / 8 bytes
+/// apart, so that no useful picture comes of it. A null record and a value out of its range are refused. Neither
+/// cursor nor progress nor abort.
+VELMONT_API void *ProcessHueSaturation(void *dib, tagHueSaturateParam *param);
