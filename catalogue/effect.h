@@ -90,6 +90,7 @@ struct Effect {
     /// Depths beyond those that are answered with a zero-filled block, which is no image.
     unsigned blankDepths = 0;
     unsigned otherDepths = 0; ///< not refused either, but of no use
+    int locksLeft = 0;        ///< on the source by each run
 };
 
 /// All effects, by family and then by name.

@@ -244,6 +244,45 @@ constexpr std::array kHueSaturationFields{
 };
 static_assert(coverRecord<tagHueSaturateParam>(kHueSaturationFields));
 
+constexpr std::array kTonalRanges{Choice{"shadows", 0}, Choice{"midtones", 1}, Choice{"highlights", 2}};
+constexpr std::array kNoYes{Choice{"no", 0}, Choice{"yes", 1}};
+
+constexpr std::array kColorBalanceFields{
+    field<&tagColorBalance::range>({.name = "range",
+                                    .unit = {},
+                                    .minimum = 0,
+                                    .maximum = 2,
+                                    .defaultValue = 1,
+                                    .help = "the tones to change",
+                                    .choices = kTonalRanges}),
+    field<&tagColorBalance::preserveLuminosity>({.name = "preserve-luminosity",
+                                                 .unit = {},
+                                                 .minimum = 0,
+                                                 .maximum = 1,
+                                                 .defaultValue = 1,
+                                                 .help = "keep the lightness of each pixel",
+                                                 .choices = kNoYes}),
+    field<&tagColorBalance::cyanRed>({.name = "cyan-red",
+                                      .unit = "percent",
+                                      .minimum = -100,
+                                      .maximum = 100,
+                                      .defaultValue = 30,
+                                      .help = "towards red, below 0 towards cyan"}),
+    field<&tagColorBalance::magentaGreen>({.name = "magenta-green",
+                                           .unit = "percent",
+                                           .minimum = -100,
+                                           .maximum = 100,
+                                           .defaultValue = 0,
+                                           .help = "towards green, below 0 towards magenta"}),
+    field<&tagColorBalance::yellowBlue>({.name = "yellow-blue",
+                                         .unit = "percent",
+                                         .minimum = -100,
+                                         .maximum = 100,
+                                         .defaultValue = -20,
+                                         .help = "towards blue, below 0 towards yellow"}),
+};
+static_assert(coverRecord<tagColorBalance>(kColorBalanceFields));
+
 constexpr std::array kEffects{
     Effect{.name = "auto-enhance",
            .exportName = "ProcessAutoEnhance",
@@ -367,6 +406,19 @@ constexpr std::array kEffects{
            .depths = kTableDepths,
            .random = false,
            .call = callWithRecord<&ProcessThreshold, tagParamThreshold>},
+    Effect{.name = "color-balance",
+           .exportName = "ProcessColorBalance",
+           .code = 1202,
+           .family = Family::Tone,
+           .help = "shift the colours of shadows, midtones or highlights",
+           .recordName = "tagColorBalance",
+           .recordBytes = sizeof(tagColorBalance),
+           .fields = kColorBalanceFields,
+           .depths = Depth24,
+           .random = false,
+           .call = callWithRecord<&ProcessColorBalance, tagColorBalance>,
+           .otherDepths = Depth1 | Depth4,
+           .locksLeft = 1},
     Effect{.name = "color-map",
            .exportName = "ProcessColorMap",
            .code = 3,

@@ -35,8 +35,8 @@ void useUtilities(void *dib, const Control &control)
 {
     int width = 0, height = 0;
     GetDibSize(dib, &width, &height);
-    for (const int x : {0, 1, 7, width - 1, int{control.effect}})
-        GetPixelValue(dib, x, std::min(height - 1, int{control.abortAtPoll}));
+    for (const int x : {0, 1, 7, std::max(width, 0) - 1, int{control.effect}})
+        GetPixelValue(dib, x, std::min(std::max(height, 0) - 1, int{control.abortAtPoll}));
     IsDibGray(dib);
     GetColorIndex(dib, 0x123456);
     CheckDibColor(dib, control.effect);
@@ -56,7 +56,7 @@ void applyEffect(void *dib, const catalogue::Effect &effect, catalogue::Record &
                  const Control &control)
 {
     limitCpuLevel(static_cast<CpuLevel>(control.cpuLevel % 3));
-    srand(1);
+    velmont::srand(1);
     pollsUntilAbort = control.abortAtPoll;
     SetProcessEnvironment(poll, nullptr);
     memory_hooks::failAllocation(control.failAllocation);
@@ -85,7 +85,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
     const std::size_t recordBytes = std::min({std::size_t{control.recordBytes}, effect.recordBytes, size});
     std::memcpy(given.bytes.data(), data, recordBytes);
     for (const catalogue::Field &field : effect.fields) // pointers of the record stay null
-        field.store(record.bytes.data(), field.load(given.bytes.data()));
+        if (field.table)
+            std::memcpy(field.table(record.bytes.data()), field.table(given.bytes.data()), field.bytes);
+        else
+            field.store(record.bytes.data(), field.load(given.bytes.data()));
 
     const auto before = memory_hooks::counts();
     void *const dib = blockOf(data + recordBytes, size - recordBytes);

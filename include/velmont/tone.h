@@ -208,3 +208,21 @@ struct tagHueSaturateParam {
 /// apart, so that no useful picture comes of it. A null record and a value out of its range are refused. Neither
 /// cursor nor progress nor abort.
 VELMONT_API void *ProcessHueSaturation(void *dib, tagHueSaturateParam *param);
+
+/// ProcessColorBalance's record.
+struct tagColorBalance {
+    int32_t range;              ///< 0 shadows, 1 midtones, 2 highlights
+    int32_t preserveLuminosity; ///< any value but 0 keeps each pixel's lightness
+    double cyanRed;             ///< -100 (cyan) to 100 (red)
+    double magentaGreen;        ///< -100 (magenta) to 100 (green)
+    double yellowBlue;          ///< -100 (yellow) to 100 (blue)
+};
+
+/// Shifts the colours of one tonal range.
+/// Depths: made for 24 bits; 8 bits are refused. Others are not refused: pixels are three bytes wide there too and
+/// biBitCount / 8 bytes apart, so that no useful picture comes of it. A null record gives 0.
+/// Hosts rely on what is odd here. A field out of its range gives the image's own handle, which must not be freed
+/// for a result. Then and in every run, aborted or not, the image keeps one lock more than it had; a refusal and
+/// missing memory leave none. Each row polls and reports; only the answer 1 ends the rows, and any other but 0 to
+/// the last poll gives 0 at the end.
+VELMONT_API void *ProcessColorBalance(void *dib, tagColorBalance *param);

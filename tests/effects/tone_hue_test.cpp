@@ -729,4 +729,250 @@ TEST(HueSaturationTest, AllVersionsGiveTheSameForEveryNewColour)
         }
 }
 
+// ---- colour balance
+
+double lowCurve(int i)
+{
+    return 1.075 - 1 / (i * 0.0625 + 1);
+}
+double midCurve(int i)
+{
+    return (1 - (i - 127) * (i - 127) * (1.0 / 16129)) * 0.667;
+}
+
+/// The three ranges one after the other, as the tables are defined.
+int balancedLevel(int level, const std::array<double, 3> &adjustments)
+{
+    int x = level;
+    const double a0 = adjustments[0], a1 = adjustments[1], a2 = adjustments[2];
+    x += static_cast<int>((a0 > 0 ? midCurve(x) : lowCurve(255 - x)) * a0);
+    x = std::clamp(x, 0, 255);
+    x += static_cast<int>(midCurve(x) * a1);
+    x = std::clamp(x, 0, 255);
+    x += static_cast<int>((a2 > 0 ? lowCurve(x) : midCurve(x)) * a2);
+    return std::clamp(x, 0, 255);
+}
+
+Bytes balanced(const uint8_t *p, const tagColorBalance &param)
+{
+    const double values[3] = {param.yellowBlue, param.magentaGreen, param.cyanRed};
+    int c[3];
+    for (int i = 0; i < 3; ++i) {
+        std::array<double, 3> adjustments{};
+        adjustments[param.range] = values[i];
+        c[i] = balancedLevel(p[i], adjustments);
+    }
+    if (param.preserveLuminosity) {
+        const Triple hls = toHls(c[2], c[1], c[0]);
+        const int lightness =
+            static_cast<int>((std::max({p[0], p[1], p[2]}) + std::min({p[0], p[1], p[2]})) * 0.5);
+        const Triple rgb = fromHls(hls.a, lightness, hls.c);
+        c[0] = rgb.c;
+        c[1] = rgb.b;
+        c[2] = rgb.a;
+    }
+    return {static_cast<uint8_t>(c[0]), static_cast<uint8_t>(c[1]), static_cast<uint8_t>(c[2])};
+}
+
+/// The result's bytes; checks that one lock more is left and takes it back.
+Bytes balancedBytes(void *dib, tagColorBalance param)
+{
+    const int locks = memory_hooks::locksOn(dib);
+    const Handle result(ProcessColorBalance(dib, &param));
+    EXPECT_EQ(memory_hooks::locksOn(dib), locks + 1);
+    KelMemUnlock(dib);
+    return result ? bytesOf(result) : Bytes{};
+}
+
+TEST(ColorBalanceTest, EveryRangeAgreesWithAPlainLoop)
+{
+    onEveryCpuLevel([] {
+        for (const int width : {1, 3, 63, 64, 65, 520, 1100})
+            for (int range = 0; range < 3; ++range)
+                for (const int preserve : {0, 1, -5})
+                    for (const double share : {-100.0, -33.3, 0.0, 60.0, 100.0}) {
+                        const NothingLost check;
+                        const tagColorBalance param{range, preserve, share, -share / 2, 40};
+                        const Handle dib = noiseImage(width, 3, 24, 0, static_cast<uint32_t>(width));
+                        ASSERT_EQ(
+                            balancedBytes(dib, param),
+                            walked(bytesOf(dib), 40, [&](const uint8_t *p) { return balanced(p, param); }))
+                            << width << " range " << range << " preserve " << preserve << " share " << share;
+                    }
+    });
+}
+
+TEST(ColorBalanceTest, KnownLevels)
+{
+    const Handle dib = pixelRow({0, 0, 0, 127, 127, 127, 255, 255, 255});
+    // Midtones: 0.667 of 100 in the middle, nothing at 0, and at 255 a little less than nothing, rounded away.
+    EXPECT_EQ(Bytes(balancedBytes(dib, {1, 0, 100, -100, 0})).size(), 40u + 12);
+    const Bytes block = balancedBytes(dib, {1, 0, 100, -100, 0});
+    EXPECT_EQ(Bytes(block.begin() + 40, block.begin() + 49), (Bytes{0, 0, 0, 127, 61, 193, 255, 255, 254}));
+    // Shadows, below 0: 1.075 - 1 / 16.9375 of 100 at 0, which has nowhere to go, and 0.075 of it at 255.
+    const Bytes dark = balancedBytes(dib, {0, 0, -100, 0, 0});
+    EXPECT_EQ(Bytes(dark.begin() + 40, dark.begin() + 49), (Bytes{0, 0, 0, 127, 127, 31, 255, 255, 248}));
+    // Highlights, above 0: 7.5 at 0.
+    const Bytes light = balancedBytes(dib, {2, 0, 0, 0, 100});
+    EXPECT_EQ(Bytes(light.begin() + 40, light.begin() + 49), (Bytes{7, 0, 0, 223, 127, 127, 255, 255, 255}));
+}
+
+TEST(ColorBalanceTest, NoAdjustmentIsACopyWithClearPadding)
+{
+    const Handle dib = noiseImage(5, 4, 24, 0);
+    const Bytes expected = walked(bytesOf(dib), 40, [](const uint8_t *p) { return Bytes(p, p + 3); });
+    for (int range = 0; range < 3; ++range)
+        EXPECT_EQ(balancedBytes(dib, {range, 0, 0, 0, 0}), expected);
+}
+
+TEST(ColorBalanceTest, ABadRecordGivesTheImageItselfAndALock)
+{
+    RecordingHost host;
+    const Handle dib = noiseImage(5, 4, 24, 0);
+    const double nan = std::nan("");
+    for (tagColorBalance param : {tagColorBalance{3, 0, 0, 0, 0},
+                                  {-1, 0, 0, 0, 0},
+                                  {0, 0, 100.5, 0, 0},
+                                  {0, 0, 0, -101, 0},
+                                  {0, 0, 0, 0, 101},
+                                  {0, 0, nan, 0, 0}}) {
+        const int locks = memory_hooks::locksOn(dib);
+        EXPECT_EQ(ProcessColorBalance(dib, &param), static_cast<void *>(dib));
+        EXPECT_EQ(memory_hooks::locksOn(dib), locks + 1);
+    }
+    EXPECT_TRUE(host.events.empty());
+}
+
+TEST(ColorBalanceTest, RefusalsLeaveNoLock)
+{
+    RecordingHost host;
+    Bytes lying = bytesOf(noiseImage(8, 2, 24, 0));
+    lying[8] = 3;
+    Bytes noDepth = bytesOf(noiseImage(8, 2, 24, 0));
+    noDepth[14] = 0;
+    tagColorBalance param{1, 0, 10, 0, 0}, bad{7, 0, 10, 0, 0};
+    for (const Handle &dib : {noiseImage(8, 2, 8, 256), grayNoise(8, 2), noiseImage(8, 2, 8, 0),
+                              blockOf(lying), blockOf(noDepth), blockOf(Bytes(12))}) {
+        EXPECT_EQ(ProcessColorBalance(dib, &param), nullptr);
+        EXPECT_EQ(ProcessColorBalance(dib, &bad), nullptr);
+        EXPECT_EQ(memory_hooks::locksOn(dib), 0);
+    }
+    const Handle good = noiseImage(8, 2, 24, 0);
+    EXPECT_EQ(ProcessColorBalance(good, nullptr), nullptr);
+    EXPECT_EQ(memory_hooks::locksOn(good), 0);
+    EXPECT_EQ(ProcessColorBalance(nullptr, &param), nullptr);
+    EXPECT_EQ(ProcessColorBalance(nullptr, nullptr), nullptr);
+    EXPECT_TRUE(host.events.empty());
+}
+
+TEST(ColorBalanceTest, PollsAndReportsEachRowWithoutADroppedPoll)
+{
+    RecordingHost host;
+    const Handle dib = noiseImage(5, 7, 24, 0);
+    EXPECT_FALSE(balancedBytes(dib, {1, 0, 10, 0, 0}).empty());
+    EXPECT_EQ(host.events, (Events{"wait", "poll", "0%", "poll", "14%", "poll", "28%", "poll", "42%", "poll",
+                                   "57%", "poll", "71%", "poll", "85%", "100%", "arrow"}));
+}
+
+TEST(ColorBalanceTest, OnlyAnAnswerOf1EndsTheRows)
+{
+    RecordingHost host;
+    const Handle dib = noiseImage(5, 4, 24, 0);
+    for (int n = 1; n <= 4; ++n) {
+        const NothingLost check;
+        host.events.clear();
+        host.abortFromPoll(n, 1);
+        EXPECT_TRUE(balancedBytes(dib, {1, 0, 10, 0, 0}).empty());
+        EXPECT_EQ(host.polls(), n);
+        EXPECT_EQ(Events(host.events.end() - 3, host.events.end()), (Events{"poll", "100%", "arrow"}));
+
+        host.events.clear();
+        host.abortFromPoll(n, 2);
+        EXPECT_TRUE(balancedBytes(dib, {1, 0, 10, 0, 0}).empty());
+        EXPECT_EQ(host.polls(), 4);
+        EXPECT_EQ(host.progress(), (std::vector{0, 25, 50, 75, 100}));
+    }
+}
+
+/// Answers 2 once, to the poll that is due.
+int pollsUntilTwo = 0;
+int twoOnce()
+{
+    return --pollsUntilTwo == 0 ? 2 : 0;
+}
+
+TEST(ColorBalanceTest, AnotherAnswerCountsOnTheLastPollOnly)
+{
+    const Handle dib = noiseImage(5, 4, 24, 0);
+    for (int n = 1; n <= 4; ++n) {
+        const NothingLost check;
+        SetProcessEnvironment(twoOnce, nullptr);
+        pollsUntilTwo = n;
+        EXPECT_EQ(balancedBytes(dib, {1, 0, 10, 0, 0}).empty(), n == 4) << n;
+        SetProcessEnvironment(nullptr, nullptr);
+    }
+}
+
+TEST(ColorBalanceTest, OtherDepthsStayInsideTheBlock)
+{
+    const NothingLost check;
+    for (const int preserve : {0, 1}) {
+        const tagColorBalance param{1, preserve, 80, -30, 50};
+        const auto map = [&](const uint8_t *p) { return balanced(p, param); };
+        for (const int width : {1, 3, 4, 9, 33}) {
+            const Handle four = noiseImage(width, 3, 4, 16), one = noiseImage(width, 3, 1, 2),
+                         sixteen = noiseImage(width, 3, 16, 0), thirtyTwo = noiseImage(width, 3, 32, 0);
+            EXPECT_EQ(balancedBytes(four, param), walked(bytesOf(four), 40 + 64, map)) << width;
+            EXPECT_EQ(balancedBytes(one, param), walked(bytesOf(one), 40 + 8, map)) << width;
+            EXPECT_EQ(balancedBytes(sixteen, param), walked(bytesOf(sixteen), 40, map)) << width;
+            EXPECT_EQ(balancedBytes(thirtyTwo, param), walked(bytesOf(thirtyTwo), 40, map)) << width;
+        }
+    }
+}
+
+TEST(ColorBalanceTest, MissingMemoryLeavesNothing)
+{
+    const Handle dib = noiseImage(9, 4, 24, 0);
+    RecordingHost host;
+    tagColorBalance param{1, 1, 10, 0, 0};
+    {
+        const NothingLost check;
+        memory_hooks::failAllocation(1);
+        EXPECT_EQ(ProcessColorBalance(dib, &param), nullptr);
+        for (int n = 1; n <= 4; ++n) {
+            memory_hooks::failLock(n);
+            EXPECT_EQ(ProcessColorBalance(dib, &param), nullptr) << n;
+        }
+        memory_hooks::failLock(0);
+    }
+    EXPECT_TRUE(host.events.empty());
+    EXPECT_FALSE(balancedBytes(dib, param).empty());
+}
+
+TEST(ColorBalanceTest, AllVersionsKeepTheSameLightness)
+{
+    const Bytes sources = noise(3 * 65536, 5);
+    for (int red = 0; red < 256; red += kColorStep) {
+        const Bytes from = colorsWithRed(red);
+        Bytes plain(from.size()), fast(from.size());
+        kernels::lightnessPlain(plain.data(), from.data(), sources.data(), from.size() / 3);
+        for (const CpuLevel level : {CpuLevel::Avx2, CpuLevel::Avx512}) {
+            limitCpuLevel(level);
+            lightnessRow()(fast.data(), from.data(), sources.data(), from.size() / 3);
+            ASSERT_EQ(plain, fast) << red << " level " << static_cast<int>(level);
+        }
+    }
+}
+
+TEST(ColorBalanceTest, IsReachedByItsCode)
+{
+    const Handle dib = noiseImage(9, 4, 24, 0);
+    tagColorBalance param{2, 1, 10, 20, 30};
+    const Handle result(EnhanceAndEffects(dib, 1202, reinterpret_cast<long>(&param)));
+    ASSERT_TRUE(result);
+    KelMemUnlock(dib);
+    EXPECT_EQ(bytesOf(result), balancedBytes(dib, param));
+    EXPECT_EQ(EnhanceAndEffects(dib, 1202, 0), nullptr);
+}
+
 } // namespace
