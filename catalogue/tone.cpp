@@ -5,6 +5,33 @@ namespace velmont::catalogue {
 
 namespace {
 
+constexpr std::array kAutoEnhanceFields{
+    field<&IntParameter::value>({.name = "amount",
+                                 .unit = {},
+                                 .minimum = 0,
+                                 .maximum = 1000,
+                                 .defaultValue = 100,
+                                 .help = "strength; 0 changes nothing"}),
+};
+static_assert(coverRecord<IntParameter>(kAutoEnhanceFields));
+
+constexpr std::array kAutoLevelFields{
+    field<&tagParamAutoLevel::gammaLevel>(
+        {.name = "gamma-level",
+         .unit = {},
+         .minimum = 0,
+         .maximum = 9,
+         .defaultValue = 5,
+         .help = "brightness of the middle tones in colour, 5 leaves them; 0 takes the default"}),
+    field<&tagParamAutoLevel::defaultGammaLevel>({.name = "default-gamma-level",
+                                                  .unit = {},
+                                                  .minimum = 0,
+                                                  .maximum = 9,
+                                                  .defaultValue = 5,
+                                                  .help = "the level where the other one is 0"}),
+};
+static_assert(coverRecord<tagParamAutoLevel>(kAutoLevelFields, sizeof(tagParamAutoLevel::histogram)));
+
 /// All channels or one; the record of brightness and contrast takes any other value for blue.
 constexpr std::array kChannels{Choice{"all", 0}, Choice{"red", 1}, Choice{"green", 2}, Choice{"blue", 3}};
 constexpr unsigned kTableDepths = Depth4 | Depth8 | Depth24;
@@ -53,33 +80,6 @@ constexpr std::array kThresholdFields{
                                           .help = "levels above it become white"}),
 };
 static_assert(coverRecord<tagParamThreshold>(kThresholdFields));
-
-constexpr std::array kAutoEnhanceFields{
-    field<&IntParameter::value>({.name = "amount",
-                                 .unit = {},
-                                 .minimum = 0,
-                                 .maximum = 1000,
-                                 .defaultValue = 100,
-                                 .help = "strength; 0 changes nothing"}),
-};
-static_assert(coverRecord<IntParameter>(kAutoEnhanceFields));
-
-constexpr std::array kAutoLevelFields{
-    field<&tagParamAutoLevel::gammaLevel>(
-        {.name = "gamma-level",
-         .unit = {},
-         .minimum = 0,
-         .maximum = 9,
-         .defaultValue = 5,
-         .help = "brightness of the middle tones in colour, 5 leaves them; 0 takes the default"}),
-    field<&tagParamAutoLevel::defaultGammaLevel>({.name = "default-gamma-level",
-                                                  .unit = {},
-                                                  .minimum = 0,
-                                                  .maximum = 9,
-                                                  .defaultValue = 5,
-                                                  .help = "the level where the other one is 0"}),
-};
-static_assert(coverRecord<tagParamAutoLevel>(kAutoLevelFields, sizeof(tagParamAutoLevel::histogram)));
 
 constexpr std::array kColorMapFields{
     field<&tagParamColorMap::channel>({.name = "channel",
@@ -157,23 +157,6 @@ constexpr std::array kColorToneFields{
 };
 static_assert(coverRecord<tagParamColorTone>(kColorToneFields));
 
-constexpr std::array kHueAndSaturationFields{
-    field<&tagParamHueSaturation::hue>({.name = "hue",
-                                        .unit = "degrees",
-                                        .minimum = -180,
-                                        .maximum = 180,
-                                        .defaultValue = 30,
-                                        .help = "how far hues turn, from red towards green"}),
-    field<&tagParamHueSaturation::saturation>(
-        {.name = "saturation",
-         .unit = "percent",
-         .minimum = -100,
-         .maximum = 100,
-         .defaultValue = 0,
-         .help = "each channel towards the largest of its pixel, below 0 away from it"}),
-};
-static_assert(coverRecord<tagParamHueSaturation>(kHueAndSaturationFields));
-
 constexpr std::array kAntiqueFields{
     field<&tagParamAntique::strength>({.name = "strength",
                                        .unit = "",
@@ -206,6 +189,23 @@ constexpr std::array kMoonlightFields{
 };
 static_assert(coverRecord<tagParamMoonlight>(kMoonlightFields));
 
+constexpr std::array kHueAndSaturationFields{
+    field<&tagParamHueSaturation::hue>({.name = "hue",
+                                        .unit = "degrees",
+                                        .minimum = -180,
+                                        .maximum = 180,
+                                        .defaultValue = 30,
+                                        .help = "how far hues turn, from red towards green"}),
+    field<&tagParamHueSaturation::saturation>(
+        {.name = "saturation",
+         .unit = "percent",
+         .minimum = -100,
+         .maximum = 100,
+         .defaultValue = 0,
+         .help = "each channel towards the largest of its pixel, below 0 away from it"}),
+};
+static_assert(coverRecord<tagParamHueSaturation>(kHueAndSaturationFields));
+
 /// One slot of a group of ProcessHueSaturation's record.
 template <auto Group, std::size_t slot>
 constexpr Field hueSlot(std::string_view name, std::string_view unit, double limit, double defaultValue,
@@ -222,25 +222,42 @@ constexpr Field hueSlot(std::string_view name, std::string_view unit, double lim
 constexpr std::array kHueSaturationFields{
     hueSlot<&tagHueSaturateParam::hue, 0>("hue-master", "degrees", 180, 20, "turn of all hues"),
     hueSlot<&tagHueSaturateParam::hue, 1>("hue-reds", "degrees", 180, 0, "turn of hues from red to yellow"),
-    hueSlot<&tagHueSaturateParam::hue, 2>("hue-yellows", "degrees", 180, 0, "turn of hues from yellow to green"),
+    hueSlot<&tagHueSaturateParam::hue, 2>("hue-yellows", "degrees", 180, 0,
+                                          "turn of hues from yellow to green"),
     hueSlot<&tagHueSaturateParam::hue, 3>("hue-greens", "degrees", 180, 0, "turn of hues from green to cyan"),
     hueSlot<&tagHueSaturateParam::hue, 4>("hue-cyans", "degrees", 180, 0, "turn of hues from cyan to blue"),
-    hueSlot<&tagHueSaturateParam::hue, 5>("hue-blues", "degrees", 180, 0, "turn of hues from blue to magenta"),
-    hueSlot<&tagHueSaturateParam::hue, 6>("hue-magentas", "degrees", 180, 0, "turn of hues from magenta to red"),
-    hueSlot<&tagHueSaturateParam::lightness, 0>("lightness-master", "", 180, 0, "lightness of all hues, below 0 darker"),
-    hueSlot<&tagHueSaturateParam::lightness, 1>("lightness-reds", "", 180, 0, "lightness of hues from red to yellow, below 0 darker"),
-    hueSlot<&tagHueSaturateParam::lightness, 2>("lightness-yellows", "", 180, 0, "lightness of hues from yellow to green, below 0 darker"),
-    hueSlot<&tagHueSaturateParam::lightness, 3>("lightness-greens", "", 180, 0, "lightness of hues from green to cyan, below 0 darker"),
-    hueSlot<&tagHueSaturateParam::lightness, 4>("lightness-cyans", "", 180, 0, "lightness of hues from cyan to blue, below 0 darker"),
-    hueSlot<&tagHueSaturateParam::lightness, 5>("lightness-blues", "", 180, 0, "lightness of hues from blue to magenta, below 0 darker"),
-    hueSlot<&tagHueSaturateParam::lightness, 6>("lightness-magentas", "", 180, 0, "lightness of hues from magenta to red, below 0 darker"),
-    hueSlot<&tagHueSaturateParam::saturation, 0>("saturation-master", "percent", 100, 20, "saturation of all hues, below 0 grayer"),
-    hueSlot<&tagHueSaturateParam::saturation, 1>("saturation-reds", "percent", 100, 0, "saturation of hues from red to yellow, below 0 grayer"),
-    hueSlot<&tagHueSaturateParam::saturation, 2>("saturation-yellows", "percent", 100, 0, "saturation of hues from yellow to green, below 0 grayer"),
-    hueSlot<&tagHueSaturateParam::saturation, 3>("saturation-greens", "percent", 100, 0, "saturation of hues from green to cyan, below 0 grayer"),
-    hueSlot<&tagHueSaturateParam::saturation, 4>("saturation-cyans", "percent", 100, 0, "saturation of hues from cyan to blue, below 0 grayer"),
-    hueSlot<&tagHueSaturateParam::saturation, 5>("saturation-blues", "percent", 100, 0, "saturation of hues from blue to magenta, below 0 grayer"),
-    hueSlot<&tagHueSaturateParam::saturation, 6>("saturation-magentas", "percent", 100, 0, "saturation of hues from magenta to red, below 0 grayer"),
+    hueSlot<&tagHueSaturateParam::hue, 5>("hue-blues", "degrees", 180, 0,
+                                          "turn of hues from blue to magenta"),
+    hueSlot<&tagHueSaturateParam::hue, 6>("hue-magentas", "degrees", 180, 0,
+                                          "turn of hues from magenta to red"),
+    hueSlot<&tagHueSaturateParam::lightness, 0>("lightness-master", "", 180, 0,
+                                                "lightness of all hues, below 0 darker"),
+    hueSlot<&tagHueSaturateParam::lightness, 1>("lightness-reds", "", 180, 0,
+                                                "lightness of hues from red to yellow, below 0 darker"),
+    hueSlot<&tagHueSaturateParam::lightness, 2>("lightness-yellows", "", 180, 0,
+                                                "lightness of hues from yellow to green, below 0 darker"),
+    hueSlot<&tagHueSaturateParam::lightness, 3>("lightness-greens", "", 180, 0,
+                                                "lightness of hues from green to cyan, below 0 darker"),
+    hueSlot<&tagHueSaturateParam::lightness, 4>("lightness-cyans", "", 180, 0,
+                                                "lightness of hues from cyan to blue, below 0 darker"),
+    hueSlot<&tagHueSaturateParam::lightness, 5>("lightness-blues", "", 180, 0,
+                                                "lightness of hues from blue to magenta, below 0 darker"),
+    hueSlot<&tagHueSaturateParam::lightness, 6>("lightness-magentas", "", 180, 0,
+                                                "lightness of hues from magenta to red, below 0 darker"),
+    hueSlot<&tagHueSaturateParam::saturation, 0>("saturation-master", "percent", 100, 20,
+                                                 "saturation of all hues, below 0 grayer"),
+    hueSlot<&tagHueSaturateParam::saturation, 1>("saturation-reds", "percent", 100, 0,
+                                                 "saturation of hues from red to yellow, below 0 grayer"),
+    hueSlot<&tagHueSaturateParam::saturation, 2>("saturation-yellows", "percent", 100, 0,
+                                                 "saturation of hues from yellow to green, below 0 grayer"),
+    hueSlot<&tagHueSaturateParam::saturation, 3>("saturation-greens", "percent", 100, 0,
+                                                 "saturation of hues from green to cyan, below 0 grayer"),
+    hueSlot<&tagHueSaturateParam::saturation, 4>("saturation-cyans", "percent", 100, 0,
+                                                 "saturation of hues from cyan to blue, below 0 grayer"),
+    hueSlot<&tagHueSaturateParam::saturation, 5>("saturation-blues", "percent", 100, 0,
+                                                 "saturation of hues from blue to magenta, below 0 grayer"),
+    hueSlot<&tagHueSaturateParam::saturation, 6>("saturation-magentas", "percent", 100, 0,
+                                                 "saturation of hues from magenta to red, below 0 grayer"),
 };
 static_assert(coverRecord<tagHueSaturateParam>(kHueSaturationFields));
 

@@ -198,8 +198,8 @@ VELMONT_API void *ProcessHueAndSaturation(void *dib, tagParamHueSaturation *para
 /// ProcessHueSaturation's record. In each group slot 0 is the master, which counts for all hues, and slots 1 to 6
 /// are added for a sixth of the hues each: from red to yellow, to green, to cyan, to blue, to magenta, to red.
 struct tagHueSaturateParam {
-    double hue[7];        ///< degrees that hues turn, -180 to 180
-    double lightness[7];  ///< -180 to 180; about 200 makes all white and -200 black, master and sixth together
+    double hue[7];       ///< degrees that hues turn, -180 to 180
+    double lightness[7]; ///< -180 to 180; about 200 makes all white and -200 black, master and sixth together
     double saturation[7]; ///< percent, -100 to 100; -100 leaves 1 of 255 at most
 };
 
