@@ -30,7 +30,7 @@ struct Choice {
 
 /// One field of an effect's parameter record.
 struct Field {
-    std::string_view name; ///< as in the record
+    std::string_view name; ///< as in the record; for an element of an array a name of its own in that style
     FieldType type;
     std::size_t bytes;       ///< size of the field in the record
     std::string_view unit;   ///< empty for a plain number
@@ -83,12 +83,14 @@ struct Effect {
     std::string_view recordName; ///< "tag..." or "int"; empty without parameters
     std::size_t recordBytes;     ///< 0 without parameters
     std::span<const Field> fields;
-    unsigned depths; ///< Depth values, or'ed
+    unsigned depths; ///< Depth values, or'ed: those that give a useful picture
     bool random;     ///< draws random numbers
     /// Calls the export by name.
     void *(*call)(void *dib, void *record);
     /// Depths beyond those that are answered with a zero-filled block, which is no image.
     unsigned blankDepths = 0;
+    unsigned otherDepths = 0; ///< not refused either, but of no use
+    int locksLeft = 0;        ///< on the source by each run
 };
 
 /// All effects, by family and then by name.

@@ -132,6 +132,32 @@ constexpr Field field(const FieldText &text)
             detail::tableOf<RecordType, Value, Member>()};
 }
 
+/// The entry of one element of an array of numbers.
+template <auto Member, std::size_t index>
+constexpr Field field(const FieldText &text)
+{
+    using RecordType = typename detail::MemberOf<decltype(Member)>::Record;
+    using Array = typename detail::MemberOf<decltype(Member)>::Type;
+    static_assert(index < std::extent_v<Array>);
+    using Value = std::remove_extent_t<Array>;
+    return {text.name,
+            detail::typeOf<Value>(),
+            sizeof(Value),
+            text.unit,
+            text.minimum,
+            text.maximum,
+            text.defaultValue,
+            text.help,
+            text.choices,
+            [](void *record, double value) {
+                (static_cast<RecordType *>(record)->*Member)[index] = detail::heldTo<Value>(value);
+            },
+            [](const void *record) {
+                return static_cast<double>((static_cast<const RecordType *>(record)->*Member)[index]);
+            },
+            nullptr};
+}
+
 /// Whether the fields cover the record: none is missing and there is nothing between them. Pointers to what the
 /// host owns are no fields and stay null; their bytes come on top.
 template <typename RecordType, std::size_t count>

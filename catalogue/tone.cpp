@@ -5,6 +5,33 @@ namespace velmont::catalogue {
 
 namespace {
 
+constexpr std::array kAutoEnhanceFields{
+    field<&IntParameter::value>({.name = "amount",
+                                 .unit = {},
+                                 .minimum = 0,
+                                 .maximum = 1000,
+                                 .defaultValue = 100,
+                                 .help = "strength; 0 changes nothing"}),
+};
+static_assert(coverRecord<IntParameter>(kAutoEnhanceFields));
+
+constexpr std::array kAutoLevelFields{
+    field<&tagParamAutoLevel::gammaLevel>(
+        {.name = "gammaLevel",
+         .unit = {},
+         .minimum = 0,
+         .maximum = 9,
+         .defaultValue = 5,
+         .help = "brightness of the middle tones in colour, 5 leaves them; 0 takes the default"}),
+    field<&tagParamAutoLevel::defaultGammaLevel>({.name = "defaultGammaLevel",
+                                                  .unit = {},
+                                                  .minimum = 0,
+                                                  .maximum = 9,
+                                                  .defaultValue = 5,
+                                                  .help = "the level where the other one is 0"}),
+};
+static_assert(coverRecord<tagParamAutoLevel>(kAutoLevelFields, sizeof(tagParamAutoLevel::histogram)));
+
 /// All channels or one; the record of brightness and contrast takes any other value for blue.
 constexpr std::array kChannels{Choice{"all", 0}, Choice{"red", 1}, Choice{"green", 2}, Choice{"blue", 3}};
 constexpr unsigned kTableDepths = Depth4 | Depth8 | Depth24;
@@ -53,33 +80,6 @@ constexpr std::array kThresholdFields{
                                           .help = "levels above it become white"}),
 };
 static_assert(coverRecord<tagParamThreshold>(kThresholdFields));
-
-constexpr std::array kAutoEnhanceFields{
-    field<&IntParameter::value>({.name = "amount",
-                                 .unit = {},
-                                 .minimum = 0,
-                                 .maximum = 1000,
-                                 .defaultValue = 100,
-                                 .help = "strength; 0 changes nothing"}),
-};
-static_assert(coverRecord<IntParameter>(kAutoEnhanceFields));
-
-constexpr std::array kAutoLevelFields{
-    field<&tagParamAutoLevel::gammaLevel>(
-        {.name = "gammaLevel",
-         .unit = {},
-         .minimum = 0,
-         .maximum = 9,
-         .defaultValue = 5,
-         .help = "brightness of the middle tones in colour, 5 leaves them; 0 takes the default"}),
-    field<&tagParamAutoLevel::defaultGammaLevel>({.name = "defaultGammaLevel",
-                                                  .unit = {},
-                                                  .minimum = 0,
-                                                  .maximum = 9,
-                                                  .defaultValue = 5,
-                                                  .help = "the level where the other one is 0"}),
-};
-static_assert(coverRecord<tagParamAutoLevel>(kAutoLevelFields, sizeof(tagParamAutoLevel::histogram)));
 
 constexpr std::array kColorMapFields{
     field<&tagParamColorMap::channel>({.name = "channel",
@@ -157,23 +157,6 @@ constexpr std::array kColorToneFields{
 };
 static_assert(coverRecord<tagParamColorTone>(kColorToneFields));
 
-constexpr std::array kHueAndSaturationFields{
-    field<&tagParamHueSaturation::hue>({.name = "hue",
-                                        .unit = "degrees",
-                                        .minimum = -180,
-                                        .maximum = 180,
-                                        .defaultValue = 30,
-                                        .help = "how far hues turn, from red towards green"}),
-    field<&tagParamHueSaturation::saturation>(
-        {.name = "saturation",
-         .unit = "percent",
-         .minimum = -100,
-         .maximum = 100,
-         .defaultValue = 0,
-         .help = "each channel towards the largest of its pixel, below 0 away from it"}),
-};
-static_assert(coverRecord<tagParamHueSaturation>(kHueAndSaturationFields));
-
 constexpr std::array kAntiqueFields{
     field<&tagParamAntique::strength>({.name = "strength",
                                        .unit = "",
@@ -205,6 +188,116 @@ constexpr std::array kMoonlightFields{
                                      .help = "written by the effect: always 240"}),
 };
 static_assert(coverRecord<tagParamMoonlight>(kMoonlightFields));
+
+constexpr std::array kHueAndSaturationFields{
+    field<&tagParamHueSaturation::hue>({.name = "hue",
+                                        .unit = "degrees",
+                                        .minimum = -180,
+                                        .maximum = 180,
+                                        .defaultValue = 30,
+                                        .help = "how far hues turn, from red towards green"}),
+    field<&tagParamHueSaturation::saturation>(
+        {.name = "saturation",
+         .unit = "percent",
+         .minimum = -100,
+         .maximum = 100,
+         .defaultValue = 0,
+         .help = "each channel towards the largest of its pixel, below 0 away from it"}),
+};
+static_assert(coverRecord<tagParamHueSaturation>(kHueAndSaturationFields));
+
+/// One slot of a group of ProcessHueSaturation's record.
+template <auto Group, std::size_t slot>
+constexpr Field hueSlot(std::string_view name, std::string_view unit, double limit, double defaultValue,
+                        std::string_view help)
+{
+    return field<Group, slot>({.name = name,
+                               .unit = unit,
+                               .minimum = -limit,
+                               .maximum = limit,
+                               .defaultValue = defaultValue,
+                               .help = help});
+}
+
+constexpr std::array kHueSaturationFields{
+    hueSlot<&tagHueSaturateParam::hue, 0>("hueMaster", "degrees", 180, 20, "turn of all hues"),
+    hueSlot<&tagHueSaturateParam::hue, 1>("hueReds", "degrees", 180, 0, "turn of hues from red to yellow"),
+    hueSlot<&tagHueSaturateParam::hue, 2>("hueYellows", "degrees", 180, 0,
+                                          "turn of hues from yellow to green"),
+    hueSlot<&tagHueSaturateParam::hue, 3>("hueGreens", "degrees", 180, 0, "turn of hues from green to cyan"),
+    hueSlot<&tagHueSaturateParam::hue, 4>("hueCyans", "degrees", 180, 0, "turn of hues from cyan to blue"),
+    hueSlot<&tagHueSaturateParam::hue, 5>("hueBlues", "degrees", 180, 0, "turn of hues from blue to magenta"),
+    hueSlot<&tagHueSaturateParam::hue, 6>("hueMagentas", "degrees", 180, 0,
+                                          "turn of hues from magenta to red"),
+    hueSlot<&tagHueSaturateParam::lightness, 0>("lightnessMaster", "", 180, 0,
+                                                "lightness of all hues, below 0 darker"),
+    hueSlot<&tagHueSaturateParam::lightness, 1>("lightnessReds", "", 180, 0,
+                                                "lightness of hues from red to yellow, below 0 darker"),
+    hueSlot<&tagHueSaturateParam::lightness, 2>("lightnessYellows", "", 180, 0,
+                                                "lightness of hues from yellow to green, below 0 darker"),
+    hueSlot<&tagHueSaturateParam::lightness, 3>("lightnessGreens", "", 180, 0,
+                                                "lightness of hues from green to cyan, below 0 darker"),
+    hueSlot<&tagHueSaturateParam::lightness, 4>("lightnessCyans", "", 180, 0,
+                                                "lightness of hues from cyan to blue, below 0 darker"),
+    hueSlot<&tagHueSaturateParam::lightness, 5>("lightnessBlues", "", 180, 0,
+                                                "lightness of hues from blue to magenta, below 0 darker"),
+    hueSlot<&tagHueSaturateParam::lightness, 6>("lightnessMagentas", "", 180, 0,
+                                                "lightness of hues from magenta to red, below 0 darker"),
+    hueSlot<&tagHueSaturateParam::saturation, 0>("saturationMaster", "percent", 100, 20,
+                                                 "saturation of all hues, below 0 grayer"),
+    hueSlot<&tagHueSaturateParam::saturation, 1>("saturationReds", "percent", 100, 0,
+                                                 "saturation of hues from red to yellow, below 0 grayer"),
+    hueSlot<&tagHueSaturateParam::saturation, 2>("saturationYellows", "percent", 100, 0,
+                                                 "saturation of hues from yellow to green, below 0 grayer"),
+    hueSlot<&tagHueSaturateParam::saturation, 3>("saturationGreens", "percent", 100, 0,
+                                                 "saturation of hues from green to cyan, below 0 grayer"),
+    hueSlot<&tagHueSaturateParam::saturation, 4>("saturationCyans", "percent", 100, 0,
+                                                 "saturation of hues from cyan to blue, below 0 grayer"),
+    hueSlot<&tagHueSaturateParam::saturation, 5>("saturationBlues", "percent", 100, 0,
+                                                 "saturation of hues from blue to magenta, below 0 grayer"),
+    hueSlot<&tagHueSaturateParam::saturation, 6>("saturationMagentas", "percent", 100, 0,
+                                                 "saturation of hues from magenta to red, below 0 grayer"),
+};
+static_assert(coverRecord<tagHueSaturateParam>(kHueSaturationFields));
+
+constexpr std::array kTonalRanges{Choice{"shadows", 0}, Choice{"midtones", 1}, Choice{"highlights", 2}};
+constexpr std::array kNoYes{Choice{"no", 0}, Choice{"yes", 1}};
+
+constexpr std::array kColorBalanceFields{
+    field<&tagColorBalance::range>({.name = "range",
+                                    .unit = {},
+                                    .minimum = 0,
+                                    .maximum = 2,
+                                    .defaultValue = 1,
+                                    .help = "the tones to change",
+                                    .choices = kTonalRanges}),
+    field<&tagColorBalance::preserveLuminosity>({.name = "preserveLuminosity",
+                                                 .unit = {},
+                                                 .minimum = 0,
+                                                 .maximum = 1,
+                                                 .defaultValue = 1,
+                                                 .help = "keep the lightness of each pixel",
+                                                 .choices = kNoYes}),
+    field<&tagColorBalance::cyanRed>({.name = "cyanRed",
+                                      .unit = "percent",
+                                      .minimum = -100,
+                                      .maximum = 100,
+                                      .defaultValue = 30,
+                                      .help = "towards red, below 0 towards cyan"}),
+    field<&tagColorBalance::magentaGreen>({.name = "magentaGreen",
+                                           .unit = "percent",
+                                           .minimum = -100,
+                                           .maximum = 100,
+                                           .defaultValue = 0,
+                                           .help = "towards green, below 0 towards magenta"}),
+    field<&tagColorBalance::yellowBlue>({.name = "yellowBlue",
+                                         .unit = "percent",
+                                         .minimum = -100,
+                                         .maximum = 100,
+                                         .defaultValue = -20,
+                                         .help = "towards blue, below 0 towards yellow"}),
+};
+static_assert(coverRecord<tagColorBalance>(kColorBalanceFields));
 
 constexpr std::array kEffects{
     Effect{.name = "auto-enhance",
@@ -251,6 +344,18 @@ constexpr std::array kEffects{
            .depths = Depth4 | Depth8 | Depth24,
            .random = false,
            .call = callWithRecord<&ProcessHueAndSaturation, tagParamHueSaturation>},
+    Effect{.name = "hue-saturation",
+           .exportName = "ProcessHueSaturation",
+           .code = {},
+           .family = Family::Tone,
+           .help = "hue, lightness and saturation for all hues and for each sixth of them",
+           .recordName = "tagHueSaturateParam",
+           .recordBytes = sizeof(tagHueSaturateParam),
+           .fields = kHueSaturationFields,
+           .depths = Depth24,
+           .random = false,
+           .call = callWithRecord<&ProcessHueSaturation, tagHueSaturateParam>,
+           .otherDepths = Depth1 | Depth4 | Depth8},
     Effect{.name = "negative",
            .exportName = "ProcessNegative",
            .code = 6,
@@ -317,6 +422,19 @@ constexpr std::array kEffects{
            .depths = kTableDepths,
            .random = false,
            .call = callWithRecord<&ProcessThreshold, tagParamThreshold>},
+    Effect{.name = "color-balance",
+           .exportName = "ProcessColorBalance",
+           .code = 1202,
+           .family = Family::Tone,
+           .help = "shift the colours of shadows, midtones or highlights",
+           .recordName = "tagColorBalance",
+           .recordBytes = sizeof(tagColorBalance),
+           .fields = kColorBalanceFields,
+           .depths = Depth24,
+           .random = false,
+           .call = callWithRecord<&ProcessColorBalance, tagColorBalance>,
+           .otherDepths = Depth1 | Depth4,
+           .locksLeft = 1},
     Effect{.name = "color-map",
            .exportName = "ProcessColorMap",
            .code = 3,

@@ -85,7 +85,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
     const std::size_t recordBytes = std::min({std::size_t{control.recordBytes}, effect.recordBytes, size});
     std::memcpy(given.bytes.data(), data, recordBytes);
     for (const catalogue::Field &field : effect.fields) // pointers of the record stay null
-        field.store(record.bytes.data(), field.load(given.bytes.data()));
+        if (field.table)
+            std::memcpy(field.table(record.bytes.data()), field.table(given.bytes.data()), field.bytes);
+        else
+            field.store(record.bytes.data(), field.load(given.bytes.data()));
 
     const auto before = memory_hooks::counts();
     void *const dib = blockOf(data + recordBytes, size - recordBytes);

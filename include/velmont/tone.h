@@ -194,3 +194,35 @@ struct tagParamHueSaturation {
 /// and wait and arrow twice in a run. Copied rows poll and report at every byte whose place has none of the bits of
 /// 0x2FF.
 VELMONT_API void *ProcessHueAndSaturation(void *dib, tagParamHueSaturation *param);
+
+/// ProcessHueSaturation's record. In each group slot 0 is the master, which counts for all hues, and slots 1 to 6
+/// are added for a sixth of the hues each: from red to yellow, to green, to cyan, to blue, to magenta, to red.
+struct tagHueSaturateParam {
+    double hue[7];       ///< degrees that hues turn, -180 to 180
+    double lightness[7]; ///< -180 to 180; about 200 makes all white and -200 black, master and sixth together
+    double saturation[7]; ///< percent, -100 to 100; -100 leaves 1 of 255 at most
+};
+
+/// Hue, lightness and saturation by the hue of each pixel. A turn goes once around the circle at most.
+/// Depths: made for 24 bits. Others are not refused: pixels are three bytes wide there too and biBitCount / 8 bytes
+/// apart, so that no useful picture comes of it. A null record and a value out of its range are refused. Neither
+/// cursor nor progress nor abort.
+VELMONT_API void *ProcessHueSaturation(void *dib, tagHueSaturateParam *param);
+
+/// ProcessColorBalance's record.
+struct tagColorBalance {
+    int32_t range;              ///< 0 shadows, 1 midtones, 2 highlights
+    int32_t preserveLuminosity; ///< any value but 0 keeps each pixel's lightness
+    double cyanRed;             ///< -100 (cyan) to 100 (red)
+    double magentaGreen;        ///< -100 (magenta) to 100 (green)
+    double yellowBlue;          ///< -100 (yellow) to 100 (blue)
+};
+
+/// Shifts the colours of one tonal range.
+/// Depths: made for 24 bits; 8 bits are refused. Others are not refused: pixels are three bytes wide there too and
+/// biBitCount / 8 bytes apart, so that no useful picture comes of it. A null record gives 0.
+/// Hosts rely on what is odd here. A field out of its range gives the image's own handle, which must not be freed
+/// for a result. Then and in every run, aborted or not, the image keeps one lock more than it had; a refusal and
+/// missing memory leave none. Each row polls and reports; only the answer 1 ends the rows, and any other but 0 to
+/// the last poll gives 0 at the end.
+VELMONT_API void *ProcessColorBalance(void *dib, tagColorBalance *param);

@@ -58,6 +58,7 @@ constexpr std::array kEntries{
     Entry{33, pass<&ProcessAutoEnhance>},
     Entry{67, pass<&ProcessToneAdjustment>},
     Entry{70, pass<&ProcessBrightnessScale>},
+    Entry{1202, pass<&ProcessColorBalance>},
     Entry{4301, pass<&ProcessMoonlight>},
     Entry{4302, pass<&ProcessAntique>},
     Entry{4303, pass<&ProcessWarm>},

@@ -15,20 +15,13 @@
 /// Hosts see the order of these steps.
 
 #include "core/dib_layout.h"
+#include "core/frame_steps.h"
 #include "core/row_loop.h"
 #include "platform/memory.h"
 #include <initializer_list>
 #include <optional>
 
 namespace velmont {
-
-/// The steps of the frame that an effect can leave out. An effect that does says so where it makes its frame.
-struct FrameSteps {
-    bool waitCursor = true;  ///< before the result is allocated
-    bool droppedPoll = true; ///< the abort poll whose answer is dropped
-    bool arrowCursor = true; ///< at the end, and where the allocation failed
-    bool finalReport = true; ///< 100 percent at the end
-};
 
 /// What an effect's result is to be.
 struct ResultPlan {

@@ -37,7 +37,7 @@ bool clearBytes(void *handle, std::size_t bytes)
 
 } // namespace
 
-ViewFrame::ViewFrame(void *dib)
+ViewFrame::ViewFrame(void *dib, const FrameSteps &steps) : steps_(steps)
 {
     source_.emplace(dib);
     layout_ = layoutOf(*source_);
@@ -58,7 +58,8 @@ bool ViewFrame::serves(std::initializer_list<int> depths) const
 
 bool ViewFrame::begin(Contents contents)
 {
-    showWaitCursor();
+    if (steps_.waitCursor)
+        showWaitCursor();
     resultHandle_ = allocateBlock(KEL_MEM_MOVEABLE | KEL_MEM_ZERO, layout_->totalBytes(), contents);
     // The view has to find a header of zeros, so that it works out its measures once the source's is there.
     if (resultHandle_ &&
@@ -68,13 +69,15 @@ bool ViewFrame::begin(Contents contents)
         result_.reset();
         if (resultHandle_)
             KelMemFree(std::exchange(resultHandle_, nullptr));
-        showArrowCursor();
+        if (steps_.arrowCursor)
+            showArrowCursor();
         source_.reset();
         return false;
     }
     result_->CopyHeaderFrom(&*source_);
     result_->CopyPaletteFrom(&*source_);
-    AbortImageProcessing(); // its answer is dropped: hosts rely on the call
+    if (steps_.droppedPoll)
+        AbortImageProcessing(); // its answer is dropped: hosts rely on the call
     return true;
 }
 
@@ -85,8 +88,10 @@ void *ViewFrame::finish()
     void *const handle = std::exchange(resultHandle_, nullptr);
     if (aborted_)
         KelMemFree(handle);
-    ShowImageProcessing(100);
-    showArrowCursor();
+    if (steps_.finalReport)
+        ShowImageProcessing(100);
+    if (steps_.arrowCursor)
+        showArrowCursor();
     return aborted_ ? nullptr : handle;
 }
 

@@ -6,6 +6,7 @@
 
 #include "core/dib_layout.h"
 #include "core/dib_view.h"
+#include "core/frame_steps.h"
 #include "core/row_loop.h"
 #include "platform/memory.h"
 #include <initializer_list>
@@ -15,13 +16,15 @@ namespace velmont {
 
 class ViewFrame {
 public:
-    explicit ViewFrame(void *dib);
+    explicit ViewFrame(void *dib, const FrameSteps &steps = {});
     ~ViewFrame();
     ViewFrame(const ViewFrame &) = delete;
     ViewFrame &operator=(const ViewFrame &) = delete;
 
     /// Whether there is a source whose header fits its block and it has one of these depths.
     bool serves(std::initializer_list<int> depths) const;
+    /// Whether there is a source whose header fits its block, of any depth but 0.
+    bool hasPixels() const { return layout_ && layout_->bitCount != 0; }
     const DibView &source() const { return *source_; }
     /// Where the rows of both images lie: behind biSize and the palette. It holds whatever a callback does to
     /// the headers meanwhile.
@@ -35,12 +38,15 @@ public:
 
     /// The rows of the source; an abort ends the range and the effect.
     RowLoop rows() { return {layout_->height, aborted_}; }
+    /// Ends the effect as an abort does.
+    void abort() { aborted_ = true; }
 
     /// Unlocks both blocks, frees the result after an abort, reports 100, shows the arrow cursor.
     /// \return the result's handle, or null after an abort.
     void *finish();
 
 private:
+    FrameSteps steps_;
     std::optional<DibView> source_;
     std::optional<DibLayout> layout_; ///< nothing where it does not fit the block
     void *resultHandle_ = nullptr;

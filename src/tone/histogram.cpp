@@ -117,6 +117,6 @@ void DelHistogram(unsigned char *histogram)
     if (!record)
         return;
     deleteBins(*record);
-    leaveBehind(record->channels); // the array of pointers stays: hosts still hold it
+    leaveBehind(record->channels); // the array of pointers stays: hosts may still read it
     delete record;
 }

@@ -1,5 +1,6 @@
 #include "tone/hue_kernels.h"
 #include "core/cpu.h"
+#include "tone/hls.h"
 #include <algorithm>
 
 namespace velmont {
@@ -33,6 +34,18 @@ void turnHue(uint8_t *color, int hue, int largest, int smallest)
     const int levels[3] = {smallest, largest - (rest + 30) / 60, largest};
     for (int channel = 0; channel < 3; ++channel)
         color[channel] = static_cast<uint8_t>(levels[kDeal[q][channel]]);
+}
+
+Rgb pixelAt(const uint8_t *row, std::size_t x)
+{
+    return {row[3 * x + 2], row[3 * x + 1], row[3 * x]};
+}
+
+void setPixel(uint8_t *row, std::size_t x, const Rgb &color)
+{
+    row[3 * x] = static_cast<uint8_t>(color.blue);
+    row[3 * x + 1] = static_cast<uint8_t>(color.green);
+    row[3 * x + 2] = static_cast<uint8_t>(color.red);
 }
 
 } // namespace
@@ -70,6 +83,26 @@ void hueShiftPlain(uint8_t *to, const uint8_t *from, std::size_t pixels, const H
     }
 }
 
+void sectorPlain(uint8_t *to, const uint8_t *from, std::size_t pixels, const SectorTables &tables)
+{
+    for (std::size_t x = 0; x < pixels; ++x) {
+        const Hls old = rgbToHls(pixelAt(from, x));
+        const int sector = sectorOf(old.hue);
+        setPixel(to, x,
+                 hlsToRgb({tables.hue[old.hue], tables.lightness[sector][old.lightness],
+                           tables.saturation[sector][old.saturation]}));
+    }
+}
+
+void lightnessPlain(uint8_t *to, const uint8_t *from, const uint8_t *source, std::size_t pixels)
+{
+    for (std::size_t x = 0; x < pixels; ++x) {
+        Hls color = rgbToHls(pixelAt(from, x));
+        color.lightness = lightnessOf(pixelAt(source, x));
+        setPixel(to, x, hlsToRgb(color));
+    }
+}
+
 } // namespace kernels
 
 HueShiftRow hueShiftRow()
@@ -81,6 +114,28 @@ HueShiftRow hueShiftRow()
         return kernels::hueShiftAvx2;
 #endif
     return kernels::hueShiftPlain;
+}
+
+SectorRow sectorRow()
+{
+#if defined(__x86_64__)
+    if (cpuLevel() >= CpuLevel::Avx512)
+        return kernels::sectorAvx512;
+    if (cpuLevel() >= CpuLevel::Avx2)
+        return kernels::sectorAvx2;
+#endif
+    return kernels::sectorPlain;
+}
+
+LightnessRow lightnessRow()
+{
+#if defined(__x86_64__)
+    if (cpuLevel() >= CpuLevel::Avx512)
+        return kernels::lightnessAvx512;
+    if (cpuLevel() >= CpuLevel::Avx2)
+        return kernels::lightnessAvx2;
+#endif
+    return kernels::lightnessPlain;
 }
 
 } // namespace velmont

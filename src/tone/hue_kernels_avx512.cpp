@@ -36,4 +36,29 @@ void hueShiftAvx512(uint8_t *to, const uint8_t *from, std::size_t pixels, const 
     hueShiftPlain(to + 3 * x, from + 3 * x, pixels - x, shift);
 }
 
+void sectorAvx512(uint8_t *to, const uint8_t *from, std::size_t pixels, const SectorTables &tables)
+{
+    Run run;
+    std::size_t x = 0;
+    for (; x + kRun <= pixels; x += kRun) {
+        takeApart(run, from + 3 * x);
+        adjustRun(run, tables);
+        putTogether(to + 3 * x, run);
+    }
+    sectorPlain(to + 3 * x, from + 3 * x, pixels - x, tables);
+}
+
+void lightnessAvx512(uint8_t *to, const uint8_t *from, const uint8_t *source, std::size_t pixels)
+{
+    Run run, light;
+    std::size_t x = 0;
+    for (; x + kRun <= pixels; x += kRun) {
+        takeApart(run, from + 3 * x);
+        takeApart(light, source + 3 * x);
+        takeLightness(run, light);
+        putTogether(to + 3 * x, run);
+    }
+    lightnessPlain(to + 3 * x, from + 3 * x, source + 3 * x, pixels - x);
+}
+
 } // namespace velmont::kernels

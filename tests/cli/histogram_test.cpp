@@ -101,10 +101,9 @@ TEST_F(HistogramCommand, HasOneChannelForGray)
 TEST_F(HistogramCommand, RefusesAPaletteUnlessItMayConvert)
 {
     save(Kind::Paletted, 9, 5, file("palette.png"));
-    expectRefusal(
-        {"histogram", "palette.png"}, 3,
-        "histogram: palette.png is 8-bit paletted; histogram takes 8-bit gray and 24-bit; pass "
-        "--convert to count its colours");
+    expectRefusal({"histogram", "palette.png"}, 3,
+                  "histogram: palette.png is 8-bit paletted; histogram takes 8-bit gray and 24-bit; pass "
+                  "--convert to count its colours");
     EXPECT_EQ(jsonOf({"histogram", "--convert", "--json", "palette.png"})["channels"].size(), 4u);
 }
 

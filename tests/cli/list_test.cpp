@@ -69,8 +69,9 @@ void expectField(const json &object, const Field &field)
         EXPECT_EQ(object.at("choices")[i].at("name"), field.choices[i].name);
         EXPECT_EQ(object.at("choices")[i].at("value"), field.choices[i].value);
     }
-    const bool whole = object.at("type") == "int32" || object.at("type") == "uint32";
-    EXPECT_EQ(whole, field.type == catalogue::FieldType::Int32 || field.type == catalogue::FieldType::UInt32);
+    const bool whole =
+        object.at("type") == "int32" || object.at("type") == "uint32" || object.at("type") == "bytes";
+    EXPECT_EQ(whole, field.type != catalogue::FieldType::Float && field.type != catalogue::FieldType::Double);
     EXPECT_EQ(object.at("default").is_number_integer(), whole);
 }
 

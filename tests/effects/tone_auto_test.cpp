@@ -775,9 +775,22 @@ TEST(AutoEnhanceTest, AmountZeroIsACopy)
     }
 }
 
+TEST(AutoLevelTest, TheSecondRunOfARecordTakesTheDefaultLevel)
+{
+    const Handle dib = noiseImage(40, 30, 24, 0);
+    const auto run = [&](tagParamAutoLevel &param) {
+        const Handle result(ProcessAutoLevel(dib, &param));
+        return bytesOf(result);
+    };
+    tagParamAutoLevel twice{5, 9, nullptr}, dark{9, 9, nullptr};
+    const Bytes first = run(twice), second = run(twice), ninth = run(dark);
+    EXPECT_NE(first, ninth);
+    EXPECT_EQ(second, ninth);
+}
+
 TEST(AutoEnhanceTest, TheTableOf100ByHand)
 {
-    // a = 20, lo = 4, hi = 235, t = 900, g = (1 - 0.24) * 0.9 = 0.684; two rows are too few to be sharpened.
+    // a = 20, lo = 4, hi = 235, t = 900, g = (1 - 0.24) * 0.9 = 0.684; one row is too few to be sharpened.
     Bytes levels;
     for (int i = 0; i < 256; ++i)
         levels.push_back(static_cast<uint8_t>(i));

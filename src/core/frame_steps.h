@@ -1,0 +1,14 @@
+#pragma once
+
+namespace velmont {
+
+/// The steps of the effects' frame that an effect can leave out. An effect that does says so where it makes its
+/// frame.
+struct FrameSteps {
+    bool waitCursor = true;  ///< before the result is allocated
+    bool droppedPoll = true; ///< the abort poll whose answer is dropped
+    bool arrowCursor = true; ///< at the end, and where the allocation failed
+    bool finalReport = true; ///< 100 percent at the end
+};
+
+} // namespace velmont
