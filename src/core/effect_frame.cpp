@@ -65,6 +65,11 @@ void EffectFrame::open(std::size_t headerBytes)
     std::memcpy(result_->block(), source_->block(), headerBytes_);
 }
 
+Stores EffectFrame::stores() const
+{
+    return isOfFreshPages(resultHandle_) ? Stores::Cached : storesFor(result_->blockBytes());
+}
+
 void EffectFrame::copyPalette()
 {
     const std::size_t bytes = kColorBytes * std::size_t{result_->paletteEntries()};

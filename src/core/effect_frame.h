@@ -14,6 +14,7 @@
 ///
 /// Hosts see the order of these steps.
 
+#include "core/byte_kernels.h"
 #include "core/dib_layout.h"
 #include "core/frame_steps.h"
 #include "core/row_loop.h"
@@ -58,6 +59,10 @@ public:
     /// The second half: the dropped poll, and the header (0 bytes stand for the source's biSize).
     void open(std::size_t headerBytes = 0);
     Dib &result() { return *result_; }
+
+    /// How kernels best store into the result: past the caches where it is larger than they are and its pages are
+    /// there already.
+    Stores stores() const;
 
     /// Copies as much palette as the result's layout has, as it stands.
     void copyPalette();

@@ -388,6 +388,12 @@ void *allocateBlock(unsigned flags, std::size_t bytes, Contents contents)
     return handle;
 }
 
+bool isOfFreshPages(void *handle)
+{
+    const auto block = snapshot(handle);
+    return block && block->storage.isZero;
+}
+
 namespace memory_hooks {
 
 void failAllocation(int n)

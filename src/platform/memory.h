@@ -17,6 +17,9 @@ enum class Contents {
 
 /// KelMemAlloc for callers that know what they will do with the block.
 void *allocateBlock(unsigned flags, std::size_t bytes, Contents contents);
+/// Whether the block was made of pages that the system had not handed out before, so that each of them is zeroed
+/// into the caches as it is touched.
+bool isOfFreshPages(void *handle);
 
 /// One lock on a block for as long as the object lives.
 class BlockLock {

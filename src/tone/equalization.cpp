@@ -107,7 +107,7 @@ void *ProcessEqualization(void *dib)
     const std::size_t pixelBytes =
         static_cast<std::size_t>(source.width()) * static_cast<std::size_t>(source.bitCount()) / 8;
     const TableRow mapRow = tableRow();
-    const ByteRow copy = copyRow(storesFor(frame.result().blockBytes()));
+    const ByteRow copy = copyRow(frame.stores());
     for (int y : frame.rows()) {
         if (hasColorPalette) {
             copy(frame.result().row(y), source.row(y), source.stride());

@@ -47,7 +47,7 @@ void *ProcessNegative(void *dib)
         frame.copyPalette();
 
     // Padding counts as pixels in both cases: hosts rely on it.
-    const Stores stores = storesFor(frame.result().blockBytes());
+    const Stores stores = frame.stores();
     const ByteRow writeRow = hasColorPalette ? copyRow(stores) : complementRow(stores);
     for (int y : frame.rows())
         writeRow(frame.result().row(y), source->row(y), source->stride());

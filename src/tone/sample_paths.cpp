@@ -27,7 +27,7 @@ ChannelTables tablesFor(Channels channels, const SampleTable &table)
 
 void copyRows(EffectFrame &frame, RowCadence cadence)
 {
-    const ByteRow copy = copyRow(storesFor(frame.result().blockBytes()));
+    const ByteRow copy = copyRow(frame.stores());
     for (int y : frame.rows(cadence))
         copy(frame.result().row(y), frame.source().row(y), frame.source().stride());
 }
