@@ -129,12 +129,29 @@ void runCopy(benchmark::State &state, unsigned depth, std::size_t resultBytes, b
     countPixels(state);
 }
 
+void runHistogram(benchmark::State &state, unsigned depth)
+{
+    void *const dib = source(depth);
+    for (auto _ : state) {
+        unsigned char *const histogram = GetHistogram(dib);
+        benchmark::DoNotOptimize(histogram);
+        DelHistogram(histogram);
+    }
+    countPixels(state);
+}
+
 std::string rowName(std::string_view effect, std::string_view depth, std::string_view what, bool recycled)
 {
     std::string name = std::string(effect) + "/" + std::string(depth) + "/" + std::string(what) + "/" +
                        (recycled ? "recycled" : "fresh");
     std::replace(name.begin(), name.end(), ' ', '-');
     return name;
+}
+
+template <typename Run>
+void addRow(const std::string &name, Run run)
+{
+    benchmark::RegisterBenchmark(name.c_str(), run)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime();
 }
 
 void registerEffect(const catalogue::Effect &effect, catalogue::Depth depth)
@@ -148,10 +165,7 @@ void registerEffect(const catalogue::Effect &effect, catalogue::Depth depth)
         KelMemFree(result);
     for (const bool recycled : {true, false}) {
         const auto add = [&](std::string_view what, auto run) {
-            benchmark::RegisterBenchmark(
-                rowName(effect.name, catalogue::depthName(depth), what, recycled).c_str(), run)
-                ->Unit(benchmark::kMillisecond)
-                ->MeasureProcessCPUTime();
+            addRow(rowName(effect.name, catalogue::depthName(depth), what, recycled), run);
         };
         add("effect", [=, &effect](benchmark::State &state) { runEffect(state, effect, depth, recycled); });
         add("copy", [=](benchmark::State &state) { runCopy(state, depth, resultBytes, recycled); });
@@ -167,6 +181,9 @@ int main(int argc, char **argv)
         for (const Depth depth : {Depth1, Depth4, Depth8Gray, Depth8Paletted, Depth24})
             if (effect.depths & depth)
                 registerEffect(effect, depth);
+    for (const Depth depth : {Depth8Gray, Depth24})
+        addRow(rowName("histogram", depthName(depth), "effect", true),
+               [=](benchmark::State &state) { runHistogram(state, depth); });
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 1;
