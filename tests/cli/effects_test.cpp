@@ -100,6 +100,24 @@ TEST_F(Effects, ConvertLeavesAConversionOutThatIsDone)
     EXPECT_EQ(coloursOf(file("out.png")), coloursOf(file("photo.png")));
 }
 
+TEST_F(Effects, ATableIsGivenLevelByLevel)
+{
+    save(Kind::Colour, 13, 7, file("photo.png"));
+    std::string table = "table=255";
+    for (int level = 1; level < 256; ++level)
+        table += "," + std::to_string(255 - level);
+    expectSilence({"apply", "color-map", table, "photo.png", "-o", "out.png"});
+    const io::DibHandle expected(ProcessNegative(makeDib(Kind::Colour, 13, 7).get()));
+    EXPECT_EQ(coloursOf(file("out.png")), coloursOf(expected.get()));
+
+    for (const std::string &wrong : std::vector<std::string>{table + ",0", table.substr(0, table.size() - 2),
+                                                             "table=1,2", table + ","}) {
+        const Outcome outcome = run({"apply", "color-map", wrong, "photo.png", "-o", "never.png"});
+        EXPECT_EQ(outcome.exitCode, 2) << wrong;
+        EXPECT_NE(outcome.err.find("256 levels joined by commas"), std::string::npos) << outcome.err;
+    }
+}
+
 TEST_F(Effects, ConvertDoesNothingWithoutNeed)
 {
     save(Kind::Gray, 13, 7, file("photo.png"));
