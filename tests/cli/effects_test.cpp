@@ -105,7 +105,7 @@ TEST_F(Effects, ATableIsGivenLevelByLevel)
     save(Kind::Colour, 13, 7, file("photo.png"));
     std::string table = "table=255";
     for (int level = 1; level < 256; ++level)
-        table += "," + std::to_string(255 - level);
+        table.append(",").append(std::to_string(255 - level));
     expectSilence({"apply", "color-map", table, "photo.png", "-o", "out.png"});
     const io::DibHandle expected(ProcessNegative(makeDib(Kind::Colour, 13, 7).get()));
     EXPECT_EQ(coloursOf(file("out.png")), coloursOf(expected.get()));
