@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <type_traits>
+#include <velmont/filters.h>
 #include <velmont/tone.h>
 
 namespace {
@@ -53,6 +54,8 @@ constexpr std::array kEntries{
     Entry{5, pass<&ProcessEqualization>},
     Entry{6, pass<&ProcessNegative>},
     Entry{7, pass<&ProcessThreshold>},
+    Entry{8, pass<&ProcessAverage>},
+    Entry{9, pass<&ProcessBlur>},
     Entry{23, pass<&ProcessSolarization>},
     Entry{24, pass<&ProcessLogarithm>},
     Entry{33, pass<&ProcessAutoEnhance>},

@@ -1,0 +1,68 @@
+#include "catalogue/families.h"
+#include <velmont/filters.h>
+
+namespace velmont::catalogue {
+
+namespace {
+
+constexpr unsigned kSampleDepths = Depth8Gray | Depth24;
+
+constexpr std::array kAverageFields{
+    field<&tagParamAverage::size>({.name = "size",
+                                   .unit = "pixels",
+                                   .minimum = 2,
+                                   .maximum = 32,
+                                   .defaultValue = 5,
+                                   .help = "width of the window"}),
+};
+static_assert(coverRecord<tagParamAverage>(kAverageFields));
+
+constexpr std::array kBlurFields{
+    field<&tagParamBlur::size>({.name = "size",
+                                .unit = "pixels",
+                                .minimum = 2,
+                                .maximum = 100,
+                                .defaultValue = 5,
+                                .help = "width of the window"}),
+    field<&tagParamBlur::centerWeight>({.name = "centerWeight",
+                                        .unit = "samples",
+                                        .minimum = 0,
+                                        .maximum = 100,
+                                        .defaultValue = 2,
+                                        .help = "weight of the pixel itself beside its window"}),
+};
+static_assert(coverRecord<tagParamBlur>(kBlurFields));
+
+constexpr std::array kEffects{
+    Effect{.name = "average",
+           .exportName = "ProcessAverage",
+           .code = 8,
+           .family = Family::Filters,
+           .help = "the mean over a square window",
+           .recordName = "tagParamAverage",
+           .recordBytes = sizeof(tagParamAverage),
+           .fields = kAverageFields,
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callWithRecord<&ProcessAverage, tagParamAverage>},
+    Effect{.name = "blur",
+           .exportName = "ProcessBlur",
+           .code = 9,
+           .family = Family::Filters,
+           .help = "the mean over a square window mixed with the pixel itself",
+           .recordName = "tagParamBlur",
+           .recordBytes = sizeof(tagParamBlur),
+           .fields = kBlurFields,
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callWithRecord<&ProcessBlur, tagParamBlur>},
+};
+
+} // namespace
+
+std::span<const Effect> filterEffects()
+{
+    return kEffects;
+}
+
+} // namespace velmont::catalogue

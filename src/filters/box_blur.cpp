@@ -1,0 +1,46 @@
+#include "filters/box_filter.h"
+#include "filters/two_passes.h"
+#include <velmont/filters.h>
+
+namespace velmont {
+
+namespace {
+
+/// The box of both effects, mixed with `centerWeight` times the source.
+void *boxBlur(EffectFrame &frame, int64_t size, int64_t centerWeight)
+{
+    if (!hasSamples(frame))
+        return nullptr;
+    const Dib &source = frame.source();
+    const BoxRounding rounding(size);
+    return inTwoPasses(
+        frame, boxColumnsScratch(source.height(), size, stripBytes(source)),
+        [&](uint8_t *to, const uint8_t *from, uint8_t *) {
+            boxRow(to, from, source.width(), channelsOf(source), size, rounding);
+        },
+        [&](const ColumnStrip &strip, std::size_t firstByte, uint8_t *scratch) {
+            boxColumns(strip, size, {centerWeight, source.row(0) + firstByte}, scratch);
+        });
+}
+
+} // namespace
+
+} // namespace velmont
+
+using namespace velmont;
+
+void *ProcessAverage(void *dib, tagParamAverage *param)
+{
+    if (!param || param->size < 2 || param->size > 32)
+        return nullptr;
+    EffectFrame frame(dib);
+    return boxBlur(frame, param->size, 0);
+}
+
+void *ProcessBlur(void *dib, tagParamBlur *param)
+{
+    if (!param || param->centerWeight < 0)
+        return nullptr;
+    EffectFrame frame(dib);
+    return boxBlur(frame, std::max(param->size, 2), param->centerWeight);
+}
