@@ -33,6 +33,16 @@ constexpr std::array kBlurFields{
 };
 static_assert(coverRecord<tagParamBlur>(kBlurFields));
 
+constexpr std::array kGaussianBlurFields{
+    field<&tagParamGaussianBlur::size>({.name = "size",
+                                        .unit = "pixels",
+                                        .minimum = 2,
+                                        .maximum = 32,
+                                        .defaultValue = 5,
+                                        .help = "width of the window"}),
+};
+static_assert(coverRecord<tagParamGaussianBlur>(kGaussianBlurFields));
+
 constexpr std::array kEffects{
     Effect{.name = "average",
            .exportName = "ProcessAverage",
@@ -56,6 +66,28 @@ constexpr std::array kEffects{
            .depths = kSampleDepths,
            .random = false,
            .call = callWithRecord<&ProcessBlur, tagParamBlur>},
+    Effect{.name = "despeckle",
+           .exportName = "ProcessDespeckle",
+           .code = 16,
+           .family = Family::Filters,
+           .help = "smooths away from edges",
+           .recordName = {},
+           .recordBytes = 0,
+           .fields = {},
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callPlain<&ProcessDespeckle>},
+    Effect{.name = "gaussian-blur",
+           .exportName = "ProcessGaussianBlur",
+           .code = 17,
+           .family = Family::Filters,
+           .help = "a bell-shaped mean over a square window",
+           .recordName = "tagParamGaussianBlur",
+           .recordBytes = sizeof(tagParamGaussianBlur),
+           .fields = kGaussianBlurFields,
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callWithRecord<&ProcessGaussianBlur, tagParamGaussianBlur>},
 };
 
 } // namespace

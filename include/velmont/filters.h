@@ -32,6 +32,21 @@ struct tagParamBlur {
 /// window, polls and progress as for ProcessAverage. Exact for any size and weight.
 VELMONT_API void *ProcessBlur(void *dib, tagParamBlur *param);
 
+/// The record of ProcessGaussianBlur.
+struct tagParamGaussianBlur {
+    int32_t size; ///< width of the window in pixels, 2 to 32; others are refused
+};
+
+/// A bell over a square window: along the rows first, rounded, then along the columns. The bell follows the
+/// window: at size / 2 samples from the middle it is e^-2 of its height. The window of an even size, the depths,
+/// polls and progress are as for ProcessAverage.
+VELMONT_API void *ProcessGaussianBlur(void *dib, tagParamGaussianBlur *param);
+
+/// Takes specks away and keeps edges: a sample becomes the mean of the nine around it unless the slopes across
+/// it, each the difference of its two sides with the middle counted twice, come to 128 or more. Each channel
+/// decides by itself. Depths: 24 bits and 8 bits gray.
+VELMONT_API void *ProcessDespeckle(void *dib);
+
 /// The record of ProcessMaxMin.
 struct tagParamMaxMin {
     int32_t size;  ///< width of the window in pixels, 2 to 32; others are refused

@@ -56,6 +56,8 @@ constexpr std::array kEntries{
     Entry{7, pass<&ProcessThreshold>},
     Entry{8, pass<&ProcessAverage>},
     Entry{9, pass<&ProcessBlur>},
+    Entry{16, pass<&ProcessDespeckle>},
+    Entry{17, pass<&ProcessGaussianBlur>},
     Entry{23, pass<&ProcessSolarization>},
     Entry{24, pass<&ProcessLogarithm>},
     Entry{33, pass<&ProcessAutoEnhance>},

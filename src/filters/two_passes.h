@@ -22,10 +22,12 @@ inline int channelsOf(const Dib &image)
 {
     return image.bitCount() / 8;
 }
-/// A result like the source, with all that lies before the rows as its header.
+/// A result like the source, with all that lies before the rows as its header. Its padding is to be cleared.
 inline ResultPlan planWithPalette(const Dib &source)
 {
-    return {.layout = source.layout(), .headerBytes = source.layout().pixelOffset};
+    return {.layout = source.layout(),
+            .contents = Contents::Overwritten,
+            .headerBytes = source.layout().pixelOffset};
 }
 
 /// The widest strip of an image, in bytes.
@@ -64,8 +66,10 @@ void *inTwoPasses(EffectFrame &frame, std::size_t scratchBytes, Row row, Strip s
         return frame.giveUp();
     frame.open(plan.headerBytes);
     Dib &result = frame.result();
-    for (int y : frame.rows(kFirstPass))
+    for (int y : frame.rows(kFirstPass)) {
         row(result.row(y), frame.source().row(y), scratch.bytes());
+        frame.clearPadding(y);
+    }
     forColumnStrips(frame, kSecondPass, [&](std::size_t firstByte, std::size_t bytes) {
         strip(ColumnStrip{result.row(0) + firstByte, result.stride(), result.height(), bytes}, firstByte,
               scratch.bytes());

@@ -407,6 +407,223 @@ TEST(BlurTest, KeepsTheCommonRules)
     expectScratchIsLikeTheResult(blur(100, 1));
 }
 
+// ---- ProcessGaussianBlur
+
+/// The taps by their rules, each step as it is told.
+std::vector<int> plainTaps(int size)
+{
+    const int half = size / 2;
+    std::vector<double> bell;
+    double sum = 0;
+    for (int i = 0; i < size; ++i) {
+        const double t = static_cast<double>(i < half ? half - i : i - half) / half;
+        bell.push_back(std::pow(2.7182818, -2 * t * t));
+        sum += bell.back();
+    }
+    std::vector<int> taps;
+    int total = 0;
+    for (const double each : bell) {
+        taps.push_back(static_cast<int>(each * (1048576.0 / sum) + 0.5));
+        total += taps.back();
+    }
+    const int difference = total - 0x100000;
+    const int count = std::min(std::abs(difference), size);
+    for (int i = 0; i < count; ++i)
+        taps[static_cast<std::size_t>((size - count) / 2 + i)] += difference < 0 ? -1 : 1;
+    return taps;
+}
+
+Bytes plainGauss(const Pieces &image, const std::vector<int> &taps)
+{
+    const int size = static_cast<int>(taps.size());
+    Samples source = samplesOf(image);
+    const auto weighted = [&](auto sample) {
+        int64_t sum = 0x80000;
+        for (int i = 0; i < size; ++i)
+            sum += int64_t{taps[static_cast<std::size_t>(i)]} * sample(i - size / 2);
+        return static_cast<int>(sum >> 20) & 255;
+    };
+    Samples rows = mapped(source, [&](int x, int y, int channel) {
+        return weighted([&](int i) { return source.of(x + i, y, channel); });
+    });
+    return withSamples(image, mapped(rows, [&](int x, int y, int channel) {
+                           return weighted([&](int i) { return rows.of(x, y + i, channel); });
+                       }));
+}
+
+Effect gauss(int32_t size)
+{
+    return [=](void *dib) {
+        tagParamGaussianBlur param{size};
+        return ProcessGaussianBlur(dib, &param);
+    };
+}
+
+TEST(GaussianBlurTest, ValuesByHand)
+{
+    // Two taps: 124993 for the earlier sample and 923583 for the later one, of 2^20. 255 of the first alone are
+    // 30.4, of the second 224.6.
+    EXPECT_EQ(plainTaps(2), (std::vector<int>{124993, 923583}));
+    EXPECT_EQ(levelsOf(levelRow({0, 255, 0, 0}), gauss(2)), (Bytes{0, 225, 30, 0}));
+    EXPECT_EQ(levelsOf(levelColumn({0, 255, 0}), gauss(2)), (Bytes{0, 0, 0, 0, 225, 0, 0, 0, 30, 0, 0, 0}));
+    // Three taps of 111731 (+ - 1), 825115: 27.2 and 200.7 of 255.
+    EXPECT_EQ(levelsOf(levelRow({0, 0, 255, 0, 0}), gauss(3)), (Bytes{0, 27, 201, 27, 0, 0, 0, 0}));
+}
+
+TEST(GaussianBlurTest, TheCorrectionWidensTheError)
+{
+    int corrected = 0;
+    for (int size = 2; size <= 32; ++size) {
+        const std::vector<int> taps = plainTaps(size);
+        int total = 0;
+        for (const int tap : taps)
+            total += tap;
+        // Doubled by the correction, the error is even.
+        EXPECT_EQ((total - 0x100000) % 2, 0) << size;
+        corrected += total != 0x100000;
+    }
+    EXPECT_GT(corrected, 0);
+}
+
+/// Images on which each tap, and a tap that is off by one, shows in the result.
+TEST(GaussianBlurTest, AgreesWithThePlainLoop)
+{
+    const Restore restore;
+    for (const CpuLevel level : cpuLevels()) {
+        limitCpuLevel(level);
+        for (int width = 1; width <= 40; ++width)
+            for (int height = 1; height <= 18; ++height) {
+                const int size = 2 + (width * 7 + height * 3) % 31;
+                for (const Pieces &image : {trueColor(width, height), gray(width, height)})
+                    ASSERT_EQ(resultOf(image, gauss(size)), plainGauss(image, plainTaps(size)))
+                        << width << " x " << height << ", " << size;
+            }
+        for (int size = 2; size <= 32; ++size)
+            for (const Pieces &image : {trueColor(67, 40), gray(140, 33), trueColor(530, 3), gray(1, 70)})
+                ASSERT_EQ(resultOf(image, gauss(size)), plainGauss(image, plainTaps(size))) << size;
+    }
+}
+
+TEST(GaussianBlurTest, SizesOutOfRangeTouchNothing)
+{
+    const Handle source = trueColor(5, 4).handle();
+    for (const int32_t size : {INT32_MIN, -5, 0, 1, 33, 100, INT32_MAX})
+        EXPECT_EQ(eventsOfRefusal(source, gauss(size)), Events{});
+    EXPECT_EQ(ProcessGaussianBlur(source, nullptr), nullptr);
+    EXPECT_EQ(ProcessGaussianBlur(nullptr, nullptr), nullptr);
+}
+
+TEST(GaussianBlurTest, PollsAndReports)
+{
+    for (const auto &[width, height] : {std::pair{1, 1}, {17, 33}, {40, 16}, {1030, 2}})
+        for (const Pieces &image : {trueColor(width, height), gray(width, height)})
+            EXPECT_EQ(eventsOf(image, gauss(5)), twoPassEvents(width, height));
+}
+
+TEST(GaussianBlurTest, KeepsTheCommonRules)
+{
+    for (const int size : {2, 5, 32}) {
+        expectCommonRules(gauss(size));
+        expectScratchIsLikeTheResult(gauss(size));
+    }
+}
+
+// ---- ProcessDespeckle
+
+Bytes plainDespeckle(const Pieces &image)
+{
+    Samples source = samplesOf(image);
+    return withSamples(
+        image, mapped(source, [&](int x, int y, int channel) {
+            const auto at = [&](int right, int down) { return source.of(x + right, y + down, channel); };
+            const int gy = 2 * (at(0, 1) - at(0, -1)) + at(-1, 1) + at(1, 1) - at(-1, -1) - at(1, -1);
+            const int gx = 2 * (at(1, 0) - at(-1, 0)) + at(1, -1) + at(1, 1) - at(-1, -1) - at(-1, 1);
+            int sum = 0;
+            for (int down = -1; down <= 1; ++down)
+                for (int right = -1; right <= 1; ++right)
+                    sum += at(right, down);
+            return std::abs(gx) + std::abs(gy) < 128 ? std::min((sum + 4) / 9, 255) : at(0, 0);
+        }));
+}
+
+/// Noise of `spread` levels: steep and flat places in turn.
+Pieces softened(Pieces image, int spread)
+{
+    for (uint8_t &byte : image.rows)
+        byte = static_cast<uint8_t>(100 + byte % spread);
+    return image;
+}
+
+TEST(DespeckleTest, ASpeckIsAlwaysReplaced)
+{
+    Pieces image = flat(gray(8, 5), 40);
+    image.rows[8 * 2 + 3] = 240;
+    const Bytes levels = levelsOf(image, ProcessDespeckle);
+    EXPECT_EQ(levels[8 * 2 + 3], (40 * 8 + 240 + 4) / 9);
+    EXPECT_EQ(levels[8 * 2 + 2], 40); // 2 * 200 across
+    EXPECT_EQ(levels[8 * 1 + 2], 40); // 200 across and 200 down
+    EXPECT_EQ(levels[8 * 4 + 7], 40);
+    // A speck of 63 is below 128 beside it, one of 64 is not.
+    image.rows[8 * 2 + 3] = 40 + 63;
+    EXPECT_EQ(levelsOf(image, ProcessDespeckle)[8 * 2 + 2], (40 * 9 + 63 + 4) / 9);
+    EXPECT_EQ(levelsOf(image, ProcessDespeckle)[8 * 1 + 2], (40 * 9 + 63 + 4) / 9);
+    image.rows[8 * 2 + 3] = 40 + 64;
+    EXPECT_EQ(levelsOf(image, ProcessDespeckle)[8 * 2 + 2], 40);
+}
+
+TEST(DespeckleTest, AStraightStepIsKeptFromHeight32On)
+{
+    for (const int height : {64, 32, 31}) {
+        Pieces image = gray(8, 4);
+        for (std::size_t i = 0; i < image.rows.size(); ++i)
+            image.rows[i] = static_cast<uint8_t>(i % 8 < 4 ? 10 : 10 + height);
+        const Bytes result = resultOf(image, ProcessDespeckle);
+        EXPECT_EQ(result == image.bytes(), height >= 32) << height;
+    }
+}
+
+TEST(DespeckleTest, ChannelsDecideByThemselves)
+{
+    Pieces image = flat(trueColor(5, 3), 50);
+    const std::size_t middle = strideFor(5, 24) + 6;
+    image.rows[middle] = 50 + 70; // blue: an edge beside it
+    image.rows[middle + 1] = 50 + 9;
+    const Bytes result = resultOf(image, ProcessDespeckle);
+    const std::size_t beside = 40 + middle - 3;
+    EXPECT_EQ(result[beside], 50);
+    EXPECT_EQ(result[beside + 1], 51);
+    EXPECT_EQ(result[beside + 2], 50);
+}
+
+TEST(DespeckleTest, AgreesWithThePlainLoop)
+{
+    const Restore restore;
+    for (const CpuLevel level : cpuLevels()) {
+        limitCpuLevel(level);
+        for (int width = 1; width <= 75; ++width)
+            for (int height = 1; height <= 18; height += width <= 40 ? 1 : 5)
+                for (const int spread : {256, 60, 30})
+                    for (const Pieces &image : {trueColor(width, height), gray(width, height)}) {
+                        const Pieces noisy = softened(image, spread);
+                        ASSERT_EQ(resultOf(noisy, ProcessDespeckle), plainDespeckle(noisy))
+                            << width << " x " << height;
+                    }
+    }
+}
+
+TEST(DespeckleTest, PollsAndReports)
+{
+    for (const auto &[width, height] : {std::pair{1, 1}, {3, 17}, {40, 33}})
+        for (const Pieces &image : {trueColor(width, height), gray(width, height)})
+            EXPECT_EQ(eventsOf(image, ProcessDespeckle),
+                      joined({{"wait", "poll"}, rowEvents(height), {"100%", "arrow"}}));
+}
+
+TEST(DespeckleTest, KeepsTheCommonRules)
+{
+    expectCommonRules(ProcessDespeckle);
+}
+
 } // namespace
 
 } // namespace velmont::testing
