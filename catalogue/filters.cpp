@@ -43,6 +43,35 @@ constexpr std::array kGaussianBlurFields{
 };
 static_assert(coverRecord<tagParamGaussianBlur>(kGaussianBlurFields));
 
+constexpr std::array kExtremes{Choice{"min", 0}, Choice{"max", 1}};
+
+constexpr std::array kMaxMinFields{
+    field<&tagParamMaxMin::size>({.name = "size",
+                                  .unit = "pixels",
+                                  .minimum = 2,
+                                  .maximum = 32,
+                                  .defaultValue = 3,
+                                  .help = "width of the window"}),
+    field<&tagParamMaxMin::isMax>({.name = "isMax",
+                                   .unit = "",
+                                   .minimum = 0,
+                                   .maximum = 1,
+                                   .defaultValue = 1,
+                                   .help = "which end of the window to take",
+                                   .choices = kExtremes}),
+};
+static_assert(coverRecord<tagParamMaxMin>(kMaxMinFields));
+
+constexpr std::array kMedianFields{
+    field<&tagParamMedian::size>({.name = "size",
+                                  .unit = "pixels",
+                                  .minimum = 2,
+                                  .maximum = 32,
+                                  .defaultValue = 3,
+                                  .help = "width of the window"}),
+};
+static_assert(coverRecord<tagParamMedian>(kMedianFields));
+
 constexpr std::array kEffects{
     Effect{.name = "average",
            .exportName = "ProcessAverage",
@@ -88,6 +117,28 @@ constexpr std::array kEffects{
            .depths = kSampleDepths,
            .random = false,
            .call = callWithRecord<&ProcessGaussianBlur, tagParamGaussianBlur>},
+    Effect{.name = "max-min",
+           .exportName = "ProcessMaxMin",
+           .code = 20,
+           .family = Family::Filters,
+           .help = "the largest or smallest sample of a square window",
+           .recordName = "tagParamMaxMin",
+           .recordBytes = sizeof(tagParamMaxMin),
+           .fields = kMaxMinFields,
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callWithRecord<&ProcessMaxMin, tagParamMaxMin>},
+    Effect{.name = "median",
+           .exportName = "ProcessMedian",
+           .code = 21,
+           .family = Family::Filters,
+           .help = "the median of a square window, which takes away specks",
+           .recordName = "tagParamMedian",
+           .recordBytes = sizeof(tagParamMedian),
+           .fields = kMedianFields,
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callWithRecord<&ProcessMedian, tagParamMedian>},
 };
 
 } // namespace
