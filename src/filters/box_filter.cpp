@@ -1,4 +1,5 @@
 #include "filters/box_filter.h"
+#include "filters/box_kernels.h"
 #include <bit>
 #include <cstring>
 
@@ -40,28 +41,42 @@ void slide(Sum *__restrict sums, const uint8_t *__restrict enter, const uint8_t 
         sums[i] = static_cast<Sum>(sums[i] + enter[i] - leave[i]);
 }
 
-template <typename Sum, typename Rounding>
-void emitRow(uint8_t *__restrict to, const Sum *__restrict sums, std::size_t bytes, const Rounding &rounding)
-{
-    const Rounding mean = rounding;
-    for (std::size_t i = 0; i < bytes; ++i)
-        to[i] = mean(sums[i]);
-}
+/// What becomes of one row: its means and, mixed with it or not, another picture's row; then the sums slide on.
+struct WideRows {
+    using Sum = uint64_t;
+    BoxRounding rounding;
 
-template <typename Sum, typename Rounding>
-void emitMixedRow(uint8_t *__restrict to, const Sum *__restrict sums, const uint8_t *__restrict other,
-                  Sum weight, std::size_t bytes, const Rounding &rounding)
-{
-    const Rounding mean = rounding;
-    for (std::size_t i = 0; i < bytes; ++i)
-        to[i] = mean(static_cast<Sum>(sums[i] + static_cast<Sum>(weight * other[i])));
-}
+    void emit(uint8_t *__restrict to, Sum *__restrict sums, const uint8_t *enter, const uint8_t *leave,
+              const uint8_t *__restrict other, int64_t weight, std::size_t bytes) const
+    {
+        const BoxRounding mean = rounding;
+        for (std::size_t i = 0; i < bytes; ++i)
+            to[i] = mean(weight == 0 ? sums[i] : sums[i] + static_cast<Sum>(weight) * other[i]);
+        slide(sums, enter, leave, bytes);
+    }
+};
+struct NarrowRows {
+    using Sum = uint16_t;
+    NarrowBoxRounding rounding;
+    BoxKernels kernels = boxKernels();
+
+    void emit(uint8_t *to, Sum *sums, const uint8_t *enter, const uint8_t *leave, const uint8_t *other,
+              int64_t weight, std::size_t bytes) const
+    {
+        if (weight == 0)
+            kernels.columns(to, sums, enter, leave, bytes, rounding);
+        else
+            kernels.mixed(to, sums, enter, leave, other, static_cast<Sum>(weight), bytes, rounding);
+    }
+};
 
 /// SlidingBoxPass down all columns at once: a sum for each byte of a row.
-template <typename Sum, typename Rounding>
-void slideDown(const ColumnStrip &strip, int64_t size, const BoxMix &mix, const Rounding &rounding, Sum *sums,
+template <typename Rows>
+void slideDown(const ColumnStrip &strip, int64_t size, const BoxMix &mix, const Rows &rows, uint8_t *scratch,
                uint8_t *kept)
 {
+    using Sum = typename Rows::Sum;
+    auto *const sums = reinterpret_cast<Sum *>(scratch);
     const int64_t half = size / 2, rowsKept = keptRows(strip.height, size), last = strip.height - 1;
     for (std::size_t i = 0; i < strip.bytes; ++i)
         sums[i] = static_cast<Sum>(static_cast<Sum>(half) * strip.row(0)[i]);
@@ -78,14 +93,12 @@ void slideDown(const ColumnStrip &strip, int64_t size, const BoxMix &mix, const 
     };
     for (int64_t y = 0; y <= last; ++y) {
         std::memcpy(keptRow(y), strip.row(y), strip.bytes);
-        if (mix.weight == 0)
-            emitRow(strip.row(y), sums, strip.bytes, rounding);
-        else
-            emitMixedRow(strip.row(y), sums, mix.top + strip.stride * static_cast<std::size_t>(y),
-                         static_cast<Sum>(mix.weight), strip.bytes, rounding);
-        if (y < last)
-            slide(sums, strip.row(std::min(y - half + size, last)), keptRow(std::max<int64_t>(y - half, 0)),
-                  strip.bytes);
+        const uint8_t *const leave = keptRow(std::max<int64_t>(y - half, 0));
+        // Behind the last row the sums are done with.
+        const uint8_t *const enter = y < last ? strip.row(std::min(y - half + size, last)) : leave;
+        const uint8_t *const other =
+            mix.weight != 0 ? mix.top + strip.stride * static_cast<std::size_t>(y) : leave;
+        rows.emit(strip.row(y), sums, enter, leave, other, mix.weight, strip.bytes);
     }
 }
 
@@ -101,9 +114,9 @@ void boxColumns(const ColumnStrip &strip, int64_t size, const BoxMix &mix, uint8
     const int64_t divisor = size + mix.weight;
     uint8_t *const kept = scratch + strip.bytes * sizeof(uint64_t);
     if (divisor <= NarrowBoxRounding::kLargestDivisor)
-        slideDown(strip, size, mix, NarrowBoxRounding(divisor), reinterpret_cast<uint16_t *>(scratch), kept);
+        slideDown(strip, size, mix, NarrowRows{NarrowBoxRounding(divisor)}, scratch, kept);
     else
-        slideDown(strip, size, mix, BoxRounding(divisor), reinterpret_cast<uint64_t *>(scratch), kept);
+        slideDown(strip, size, mix, WideRows{BoxRounding(divisor)}, scratch, kept);
 }
 
 } // namespace velmont

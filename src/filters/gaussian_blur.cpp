@@ -55,13 +55,8 @@ public:
 
     void row(uint8_t *to, const uint8_t *from, uint8_t *widened) const
     {
-        const std::size_t before = static_cast<std::size_t>(half_) * channels_;
-        const std::size_t after = static_cast<std::size_t>(taps_.count - 1 - half_) * channels_;
-        for (std::size_t i = 0; i < before; ++i)
-            widened[i] = from[i % channels_];
-        std::memcpy(widened + before, from, rowBytes_);
-        for (std::size_t i = 0; i < after; ++i)
-            widened[before + rowBytes_ + i] = from[rowBytes_ - channels_ + i % channels_];
+        widenRow(widened, from, rowBytes_, channels_, static_cast<std::size_t>(half_),
+                 static_cast<std::size_t>(taps_.count - 1 - half_));
         const uint8_t *lines[Taps::kMost];
         for (int k = 0; k < taps_.count; ++k)
             lines[k] = widened + static_cast<std::size_t>(k) * channels_;

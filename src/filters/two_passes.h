@@ -7,11 +7,12 @@
 #include "core/effect_frame.h"
 #include "core/scratch_block.h"
 #include "filters/box_filter.h"
+#include <cstring>
 
 namespace velmont {
 
-/// Columns that are worked on together.
-inline constexpr int kStripColumns = 512;
+/// Columns that are worked on together: long runs of each row, of which a window still fits the second cache.
+inline constexpr int kStripColumns = 2048;
 
 /// Whether the image has 24 bits or is gray: what filters over neighbouring samples take.
 inline bool hasSamples(const EffectFrame &frame)
@@ -51,6 +52,18 @@ void forColumnStrips(EffectFrame &frame, RowCadence cadence, Strip strip)
               static_cast<std::size_t>(columns) * static_cast<unsigned>(channels));
         first = x + 1;
     }
+}
+
+/// A row of `rowBytes` bytes with pixels outside it, which are its ends.
+inline void widenRow(uint8_t *widened, const uint8_t *from, std::size_t rowBytes, std::size_t channels,
+                     std::size_t pixelsBefore, std::size_t pixelsAfter)
+{
+    const std::size_t before = pixelsBefore * channels, after = pixelsAfter * channels;
+    for (std::size_t i = 0; i < before; ++i)
+        widened[i] = from[i % channels];
+    std::memcpy(widened + before, from, rowBytes);
+    for (std::size_t i = 0; i < after; ++i)
+        widened[before + rowBytes + i] = from[rowBytes - channels + i % channels];
 }
 
 /// Both passes on the frame. row(to, from, scratch) filters one row, strip(strip, firstByte, scratch) the columns
