@@ -72,6 +72,27 @@ constexpr std::array kMedianFields{
 };
 static_assert(coverRecord<tagParamMedian>(kMedianFields));
 
+constexpr std::array kDirections{Choice{"lower-right", 1}, Choice{"down", 2},      Choice{"lower-left", 3},
+                                 Choice{"right", 4},       Choice{"left", 5},      Choice{"upper-right", 6},
+                                 Choice{"up", 7},          Choice{"upper-left", 8}};
+
+constexpr std::array kMotionBlurFields{
+    field<&tagParamMotionBlur::direction>({.name = "direction",
+                                           .unit = "",
+                                           .minimum = 1,
+                                           .maximum = 8,
+                                           .defaultValue = 4,
+                                           .help = "where the trail leads",
+                                           .choices = kDirections}),
+    field<&tagParamMotionBlur::distance>({.name = "distance",
+                                          .unit = "pixels",
+                                          .minimum = 2,
+                                          .maximum = 32,
+                                          .defaultValue = 16,
+                                          .help = "length of the trail"}),
+};
+static_assert(coverRecord<tagParamMotionBlur>(kMotionBlurFields));
+
 constexpr std::array kEffects{
     Effect{.name = "average",
            .exportName = "ProcessAverage",
@@ -139,6 +160,17 @@ constexpr std::array kEffects{
            .depths = kSampleDepths,
            .random = false,
            .call = callWithRecord<&ProcessMedian, tagParamMedian>},
+    Effect{.name = "motion-blur",
+           .exportName = "ProcessMotionBlur",
+           .code = 53,
+           .family = Family::Filters,
+           .help = "a trail in one of eight directions",
+           .recordName = "tagParamMotionBlur",
+           .recordBytes = sizeof(tagParamMotionBlur),
+           .fields = kMotionBlurFields,
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callWithRecord<&ProcessMotionBlur, tagParamMotionBlur>},
 };
 
 } // namespace
