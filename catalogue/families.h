@@ -12,6 +12,7 @@
 namespace velmont::catalogue {
 
 std::span<const Effect> toneEffects();
+std::span<const Effect> filterEffects();
 std::span<const Effect> geometryEffects();
 
 /// The record of an effect that takes one int instead of a record.

@@ -7,6 +7,7 @@
 #include <velmont/dib.h>
 #include <velmont/effects.h>
 #include <velmont/environment.h>
+#include <velmont/filters.h>
 #include <velmont/geometry.h>
 #include <velmont/memory.h>
 #include <velmont/platform.h>

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <type_traits>
+#include <velmont/filters.h>
 #include <velmont/tone.h>
 
 namespace {
@@ -53,11 +54,19 @@ constexpr std::array kEntries{
     Entry{5, pass<&ProcessEqualization>},
     Entry{6, pass<&ProcessNegative>},
     Entry{7, pass<&ProcessThreshold>},
+    Entry{8, pass<&ProcessAverage>},
+    Entry{9, pass<&ProcessBlur>},
+    Entry{16, pass<&ProcessDespeckle>},
+    Entry{17, pass<&ProcessGaussianBlur>},
+    Entry{20, pass<&ProcessMaxMin>},
+    Entry{21, pass<&ProcessMedian>},
     Entry{23, pass<&ProcessSolarization>},
     Entry{24, pass<&ProcessLogarithm>},
     Entry{33, pass<&ProcessAutoEnhance>},
+    Entry{53, pass<&ProcessMotionBlur>},
     Entry{67, pass<&ProcessToneAdjustment>},
     Entry{70, pass<&ProcessBrightnessScale>},
+    Entry{72, pass<&ProcessMaxMin>},
     Entry{1202, pass<&ProcessColorBalance>},
     Entry{4301, pass<&ProcessMoonlight>},
     Entry{4302, pass<&ProcessAntique>},

@@ -41,17 +41,25 @@ bool EffectFrame::allocate(const ResultPlan &plan)
     if (resultHandle_)
         resultLock_.emplace(resultHandle_);
     if (!resultHandle_ || !resultLock_->bytes()) {
-        if (resultHandle_)
-            KelMemFree(std::exchange(resultHandle_, nullptr));
-        if (steps_.arrowCursor)
-            showArrowCursor();
-        sourceLock_.unlock();
+        giveUp();
         return false;
     }
     result_ = Dib::withLayout(resultLock_->bytes(), bytes, plan.layout);
     if (plan.contents != Contents::ZeroFilled)
         std::memset(result_->block(), 0, plan.layout.pixelOffset);
     return true;
+}
+
+void *EffectFrame::giveUp()
+{
+    if (resultHandle_) {
+        resultLock_->unlock();
+        KelMemFree(std::exchange(resultHandle_, nullptr));
+    }
+    if (steps_.arrowCursor)
+        showArrowCursor();
+    sourceLock_.unlock();
+    return nullptr;
 }
 
 void EffectFrame::open(std::size_t headerBytes)

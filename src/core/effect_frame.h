@@ -87,10 +87,19 @@ public:
     /// For a result that is not zero-filled: clears what lies behind the pixels of a row.
     void clearPadding(int y);
     /// The rows of the source; an abort ends the range and the effect.
-    RowLoop rows(RowCadence cadence = {}) { return {source_->height(), aborted_, cadence}; }
+    RowLoop rows(RowCadence cadence = {}) { return steps(source_->height(), cadence); }
+    /// The columns of the source, for passes that go through them.
+    RowLoop columns(RowCadence cadence = {}) { return steps(source_->width(), cadence); }
+    /// So many rows, for passes that see them in parts.
+    RowLoop steps(int count, RowCadence cadence = {}) { return {count, aborted_, cadence}; }
     /// Ends the effect as an abort does: the ranges over rows are empty from now on.
     void abort() { aborted_ = true; }
     bool isAborted() const { return aborted_; }
+
+    /// Between the halves of begin(): ends an effect that could not have its scratch memory, in the way of a
+    /// result that could not be allocated.
+    /// \return null.
+    void *giveUp();
 
     /// Ends the work: unlocks both blocks, frees the result after an abort, reports 100, shows the arrow
     /// cursor.

@@ -10,9 +10,16 @@ namespace velmont {
 
 /// How often a range over rows speaks to the host.
 struct RowCadence {
-    int pollEvery = 1;    ///< rows from one abort poll to the next
-    int reportEvery = 16; ///< rows from one progress report to the next; 0 reports nothing
+    int pollEvery = 1;     ///< rows from one abort poll to the next
+    int reportEvery = 16;  ///< rows from one progress report to the next; 0 reports nothing
+    int percentFrom = 0;   ///< what the first row reports
+    int percentSpan = 100; ///< what all rows together add to that
+    int percentOf = 0;     ///< rows that add it where they are not those of the range
 };
+
+/// The cadences of an effect of two passes, the rows first and the columns second.
+inline constexpr RowCadence kFirstPass{.percentSpan = 50};
+inline constexpr RowCadence kSecondPass{.percentFrom = 50, .percentSpan = 50};
 
 /// A range over rows 0 to rows - 1. Before each row AbortImageProcessing is polled, and any answer but 0 ends the
 /// range and sets `aborted`; then, before every sixteenth row, progress is reported. A range that starts when
@@ -59,7 +66,12 @@ public:
 
 private:
     /// Reckoned in 32 bits that wrap, as hosts see it on images of more than 21 million rows.
-    int percentAt(int row) const { return static_cast<int32_t>(static_cast<uint32_t>(row) * 100u) / rows_; }
+    int percentAt(int row) const
+    {
+        const auto span = static_cast<uint32_t>(cadence_.percentSpan);
+        const int whole = cadence_.percentOf != 0 ? cadence_.percentOf : rows_;
+        return static_cast<int32_t>(static_cast<uint32_t>(row) * span) / whole + cadence_.percentFrom;
+    }
 
     int rows_;
     bool &aborted_;

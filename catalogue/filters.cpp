@@ -1,0 +1,183 @@
+#include "catalogue/families.h"
+#include <velmont/filters.h>
+
+namespace velmont::catalogue {
+
+namespace {
+
+constexpr unsigned kSampleDepths = Depth8Gray | Depth24;
+
+constexpr std::array kAverageFields{
+    field<&tagParamAverage::size>({.name = "size",
+                                   .unit = "pixels",
+                                   .minimum = 2,
+                                   .maximum = 32,
+                                   .defaultValue = 5,
+                                   .help = "width of the window"}),
+};
+static_assert(coverRecord<tagParamAverage>(kAverageFields));
+
+constexpr std::array kBlurFields{
+    field<&tagParamBlur::size>({.name = "size",
+                                .unit = "pixels",
+                                .minimum = 2,
+                                .maximum = 100,
+                                .defaultValue = 5,
+                                .help = "width of the window"}),
+    field<&tagParamBlur::centerWeight>({.name = "centerWeight",
+                                        .unit = "samples",
+                                        .minimum = 0,
+                                        .maximum = 100,
+                                        .defaultValue = 2,
+                                        .help = "weight of the pixel itself beside its window"}),
+};
+static_assert(coverRecord<tagParamBlur>(kBlurFields));
+
+constexpr std::array kGaussianBlurFields{
+    field<&tagParamGaussianBlur::size>({.name = "size",
+                                        .unit = "pixels",
+                                        .minimum = 2,
+                                        .maximum = 32,
+                                        .defaultValue = 5,
+                                        .help = "width of the window"}),
+};
+static_assert(coverRecord<tagParamGaussianBlur>(kGaussianBlurFields));
+
+constexpr std::array kExtremes{Choice{"min", 0}, Choice{"max", 1}};
+
+constexpr std::array kMaxMinFields{
+    field<&tagParamMaxMin::size>({.name = "size",
+                                  .unit = "pixels",
+                                  .minimum = 2,
+                                  .maximum = 32,
+                                  .defaultValue = 3,
+                                  .help = "width of the window"}),
+    field<&tagParamMaxMin::isMax>({.name = "isMax",
+                                   .unit = "",
+                                   .minimum = 0,
+                                   .maximum = 1,
+                                   .defaultValue = 1,
+                                   .help = "which end of the window to take",
+                                   .choices = kExtremes}),
+};
+static_assert(coverRecord<tagParamMaxMin>(kMaxMinFields));
+
+constexpr std::array kMedianFields{
+    field<&tagParamMedian::size>({.name = "size",
+                                  .unit = "pixels",
+                                  .minimum = 2,
+                                  .maximum = 32,
+                                  .defaultValue = 3,
+                                  .help = "width of the window"}),
+};
+static_assert(coverRecord<tagParamMedian>(kMedianFields));
+
+constexpr std::array kDirections{Choice{"lower-right", 1}, Choice{"down", 2},      Choice{"lower-left", 3},
+                                 Choice{"right", 4},       Choice{"left", 5},      Choice{"upper-right", 6},
+                                 Choice{"up", 7},          Choice{"upper-left", 8}};
+
+constexpr std::array kMotionBlurFields{
+    field<&tagParamMotionBlur::direction>({.name = "direction",
+                                           .unit = "",
+                                           .minimum = 1,
+                                           .maximum = 8,
+                                           .defaultValue = 4,
+                                           .help = "where the trail leads",
+                                           .choices = kDirections}),
+    field<&tagParamMotionBlur::distance>({.name = "distance",
+                                          .unit = "pixels",
+                                          .minimum = 2,
+                                          .maximum = 32,
+                                          .defaultValue = 16,
+                                          .help = "length of the trail"}),
+};
+static_assert(coverRecord<tagParamMotionBlur>(kMotionBlurFields));
+
+constexpr std::array kEffects{
+    Effect{.name = "average",
+           .exportName = "ProcessAverage",
+           .code = 8,
+           .family = Family::Filters,
+           .help = "the mean over a square window",
+           .recordName = "tagParamAverage",
+           .recordBytes = sizeof(tagParamAverage),
+           .fields = kAverageFields,
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callWithRecord<&ProcessAverage, tagParamAverage>},
+    Effect{.name = "blur",
+           .exportName = "ProcessBlur",
+           .code = 9,
+           .family = Family::Filters,
+           .help = "the mean over a square window mixed with the pixel itself",
+           .recordName = "tagParamBlur",
+           .recordBytes = sizeof(tagParamBlur),
+           .fields = kBlurFields,
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callWithRecord<&ProcessBlur, tagParamBlur>},
+    Effect{.name = "despeckle",
+           .exportName = "ProcessDespeckle",
+           .code = 16,
+           .family = Family::Filters,
+           .help = "smooths away from edges",
+           .recordName = {},
+           .recordBytes = 0,
+           .fields = {},
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callPlain<&ProcessDespeckle>},
+    Effect{.name = "gaussian-blur",
+           .exportName = "ProcessGaussianBlur",
+           .code = 17,
+           .family = Family::Filters,
+           .help = "a bell-shaped mean over a square window",
+           .recordName = "tagParamGaussianBlur",
+           .recordBytes = sizeof(tagParamGaussianBlur),
+           .fields = kGaussianBlurFields,
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callWithRecord<&ProcessGaussianBlur, tagParamGaussianBlur>},
+    Effect{.name = "max-min",
+           .exportName = "ProcessMaxMin",
+           .code = 20,
+           .family = Family::Filters,
+           .help = "the largest or smallest sample of a square window",
+           .recordName = "tagParamMaxMin",
+           .recordBytes = sizeof(tagParamMaxMin),
+           .fields = kMaxMinFields,
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callWithRecord<&ProcessMaxMin, tagParamMaxMin>},
+    Effect{.name = "median",
+           .exportName = "ProcessMedian",
+           .code = 21,
+           .family = Family::Filters,
+           .help = "the median of a square window, which takes away specks",
+           .recordName = "tagParamMedian",
+           .recordBytes = sizeof(tagParamMedian),
+           .fields = kMedianFields,
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callWithRecord<&ProcessMedian, tagParamMedian>},
+    Effect{.name = "motion-blur",
+           .exportName = "ProcessMotionBlur",
+           .code = 53,
+           .family = Family::Filters,
+           .help = "a trail in one of eight directions",
+           .recordName = "tagParamMotionBlur",
+           .recordBytes = sizeof(tagParamMotionBlur),
+           .fields = kMotionBlurFields,
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callWithRecord<&ProcessMotionBlur, tagParamMotionBlur>},
+};
+
+} // namespace
+
+std::span<const Effect> filterEffects()
+{
+    return kEffects;
+}
+
+} // namespace velmont::catalogue

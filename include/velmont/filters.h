@@ -1,0 +1,84 @@
+#pragma once
+
+/// \file
+/// Filters over neighbouring samples: blurs and what takes specks away.
+///
+/// Common to all: a null handle, a null record and a depth that is not named are refused with 0, the source is
+/// left as it was, and the result is a new block of the caller's or 0. See velmont/environment.h for progress and
+/// abort. What a filter reads outside the image is the nearest sample of it, where nothing else is said.
+
+#include <cstdint>
+#include <velmont/export.h>
+
+/// The record of ProcessAverage.
+struct tagParamAverage {
+    int32_t size; ///< width of the window in pixels, 2 to 32; others are refused
+};
+
+/// The mean over a square window: along the rows first, rounded, then along the columns. A window of an even
+/// size reaches one sample further back than forward, in the order in which rows and columns are stored.
+/// Depths: 24 bits and 8 bits gray. Polls at each row and then at each column; progress up to 50 by rows, then
+/// by columns.
+VELMONT_API void *ProcessAverage(void *dib, tagParamAverage *param);
+
+/// The record of ProcessBlur.
+struct tagParamBlur {
+    int32_t size;         ///< width of the window in pixels, raised to 2, without an upper limit
+    int32_t centerWeight; ///< weight of the pixel itself, in samples of the window; below 0 is refused
+};
+
+/// The mean over a square window mixed with the pixel itself: (size * mean + centerWeight * pixel) / (size +
+/// centerWeight), rounded, the mean being that of the window's rows as ProcessAverage rounds them. Depths,
+/// window, polls and progress as for ProcessAverage. Exact for any size and weight.
+VELMONT_API void *ProcessBlur(void *dib, tagParamBlur *param);
+
+/// The record of ProcessGaussianBlur.
+struct tagParamGaussianBlur {
+    int32_t size; ///< width of the window in pixels, 2 to 32; others are refused
+};
+
+/// A bell over a square window: along the rows first, rounded, then along the columns. The bell follows the
+/// window: at size / 2 samples from the middle it is e^-2 of its height. The window of an even size, the depths,
+/// polls and progress are as for ProcessAverage.
+VELMONT_API void *ProcessGaussianBlur(void *dib, tagParamGaussianBlur *param);
+
+/// Takes specks away and keeps edges: a sample becomes the mean of the nine around it unless the slopes across
+/// it, each the difference of its two sides with the middle counted twice, come to 128 or more. Each channel
+/// decides by itself. Depths: 24 bits and 8 bits gray.
+VELMONT_API void *ProcessDespeckle(void *dib);
+
+/// The record of ProcessMaxMin.
+struct tagParamMaxMin {
+    int32_t size;  ///< width of the window in pixels, 2 to 32; others are refused
+    int32_t isMax; ///< 0 takes the minimum, any other value the maximum
+};
+
+/// Each sample becomes the largest or smallest of a square window, which starts size / 2 pixels before it. The last
+/// column and the last stored row are never read: hosts rely on windows that end before them. A picture one pixel
+/// wide or high reads nothing and becomes 0 for the maximum, 255 for the minimum. Depths: 24 bits and 8 bits gray.
+/// Rows and then columns poll, each with a half of the progress.
+VELMONT_API void *ProcessMaxMin(void *dib, tagParamMaxMin *param);
+
+/// The record of ProcessMedian.
+struct tagParamMedian {
+    int32_t size; ///< width of the window in pixels, 2 to 32; others are refused
+};
+
+/// Each sample becomes the median of a square window, which starts size / 2 pixels before it; what lies outside the
+/// picture repeats its edge, and of an even number of samples the lower median is taken. Along a row the median
+/// moves no further than it must: where as many samples as asked for lie at or below its last value it stays there,
+/// and hosts rely on that value, which may be none of the window's. Depths: 24 bits and 8 bits gray.
+VELMONT_API void *ProcessMedian(void *dib, tagParamMedian *param);
+
+/// The record of ProcessMotionBlur.
+struct tagParamMotionBlur {
+    int32_t direction; ///< 1 to 8, others are refused; see ProcessMotionBlur
+    int32_t distance;  ///< samples of a ray, the pixel itself included, 2 to 32; others are refused
+};
+
+/// A trail one way: each sample becomes the mean, rounded down, of the ray that starts at it. Directions on a
+/// picture stored from the bottom up: 1 lower right, 2 down, 3 lower left, 4 right, 5 left, 6 upper right, 7 up,
+/// 8 upper left. The distance is cut to the smaller of width and height. A level or upright ray repeats the last
+/// sample of its line beyond the edge, a diagonal one ends there and is divided by what it has. Depths: 24 bits and
+/// 8 bits gray. Upright rays poll and report by columns; diagonal ones report nothing in their last `distance` rows.
+VELMONT_API void *ProcessMotionBlur(void *dib, tagParamMotionBlur *param);

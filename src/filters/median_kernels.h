@@ -1,0 +1,48 @@
+#pragma once
+
+/// \file
+/// Kernels of the median filter.
+///
+/// The walk along a row that hosts know counts the samples of the window by value and moves a candidate until as
+/// many samples as the rank asks for lie at or below it. It rests as soon as that is so, be it on a value that no
+/// sample has. With the window in order, v[1] first, that comes to
+///
+///     first output of a row: v[rank]
+///     each further output:   the one before, held to v[rank] .. max(v[rank], v[rank + 1] - 1)
+///
+/// so that two neighbouring ranks of each window, found in any way and order, give the row.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace velmont {
+
+inline constexpr int kLargestMedian = 32;
+
+/// The rows of one output row's windows, and what the windows are.
+struct MedianRows {
+    std::array<const uint8_t *, kLargestMedian> row; ///< the first `size` count, at column 0 of the image
+    int size;                                        ///< 2 to 32
+    std::size_t pixels, channels;
+
+    int rank() const { return (size * size + 1) / 2; }
+};
+
+using MedianRow = void (*)(uint8_t *to, const MedianRows &rows);
+/// The version for a window of this size.
+MedianRow medianRow(int size);
+
+namespace kernels {
+
+/// The walk.
+void medianPlain(uint8_t *to, const MedianRows &rows);
+/// By ranks; sizes up to 15.
+void medianRanks(uint8_t *to, const MedianRows &rows);
+#if defined(__x86_64__)
+void medianRanksAvx2(uint8_t *to, const MedianRows &rows);
+#endif
+
+} // namespace kernels
+
+} // namespace velmont

@@ -1,0 +1,52 @@
+#pragma once
+
+/// \file
+/// The start that the neighbourhood filters share: they work on samples, never on indices of colours.
+
+#include "core/effect_frame.h"
+
+namespace velmont {
+
+/// Whether there is a source and its pixels are samples: 24 bits, or 8 bits gray.
+inline bool servesSamples(const EffectFrame &frame)
+{
+    return frame.serves({8, 24}) && (frame.source().bitCount() == 24 || frame.source().isGray());
+}
+
+/// Starts the work on a result of the source's shape. All that lies before the rows is copied in one piece, and
+/// with Contents::Overwritten the effect clears the padding itself.
+inline bool beginOnSamples(EffectFrame &frame, Contents contents)
+{
+    const DibLayout &layout = frame.source().layout();
+    return frame.begin({layout, contents, 0, layout.pixelOffset});
+}
+
+/// Samples of a pixel.
+inline std::size_t samplesPerPixel(const Dib &image)
+{
+    return image.bitCount() == 24 ? 3 : 1;
+}
+
+/// Bytes of a row without its padding.
+inline std::size_t sampleBytes(const Dib &image)
+{
+    return static_cast<std::size_t>(image.width()) * samplesPerPixel(image);
+}
+
+/// The columns of a picture in strips of neighbours, so that a pass down the columns uses whole cache lines. The
+/// host sees each column polled and reported in its turn; work(first, bytes) is called as a strip's first column
+/// is reached.
+template <typename Work>
+void inStrips(EffectFrame &frame, RowCadence cadence, std::size_t stripBytes, Work work)
+{
+    const std::size_t bytes = sampleBytes(frame.source()), channels = samplesPerPixel(frame.source());
+    std::size_t done = 0;
+    for (const int x : frame.columns(cadence))
+        while (done < bytes && done < (static_cast<std::size_t>(x) + 1) * channels) {
+            const std::size_t count = stripBytes < bytes - done ? stripBytes : bytes - done;
+            work(done, count);
+            done += count;
+        }
+}
+
+} // namespace velmont

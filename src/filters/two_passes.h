@@ -1,0 +1,94 @@
+#pragma once
+
+/// \file
+/// Filters of two passes: along the rows from the source into the result, then down the columns in the result,
+/// which holds samples rounded to 8 bits in between. 24 bits and gray images, each channel by itself.
+
+#include "core/effect_frame.h"
+#include "core/scratch_block.h"
+#include "filters/box_filter.h"
+#include <cstring>
+
+namespace velmont {
+
+/// Columns that are worked on together: long runs of each row, of which a window still fits the second cache.
+inline constexpr int kStripColumns = 2048;
+
+/// Whether the image has 24 bits or is gray: what filters over neighbouring samples take.
+inline bool hasSamples(const EffectFrame &frame)
+{
+    return frame.serves({24}) || (frame.serves({8}) && frame.source().isGray());
+}
+inline int channelsOf(const Dib &image)
+{
+    return image.bitCount() / 8;
+}
+/// A result like the source, with all that lies before the rows as its header. Its padding is to be cleared.
+inline ResultPlan planWithPalette(const Dib &source)
+{
+    return {.layout = source.layout(),
+            .contents = Contents::Overwritten,
+            .headerBytes = source.layout().pixelOffset};
+}
+
+/// The widest strip of an image, in bytes.
+inline std::size_t stripBytes(const Dib &image)
+{
+    return static_cast<std::size_t>(std::min(kStripColumns, image.width()) * channelsOf(image));
+}
+
+/// Hands strip(firstByte, bytes) the columns. Every column polls and reports, in order, and the work follows the
+/// last one of a strip: an abort among them leaves nothing to be seen.
+template <typename Strip>
+void forColumnStrips(EffectFrame &frame, RowCadence cadence, Strip strip)
+{
+    const int channels = channelsOf(frame.source());
+    int first = 0;
+    for (int x : frame.columns(cadence)) {
+        const int columns = x + 1 - first;
+        if (columns < kStripColumns && x + 1 < frame.source().width())
+            continue;
+        strip(static_cast<std::size_t>(first) * static_cast<unsigned>(channels),
+              static_cast<std::size_t>(columns) * static_cast<unsigned>(channels));
+        first = x + 1;
+    }
+}
+
+/// A row of `rowBytes` bytes with pixels outside it, which are its ends.
+inline void widenRow(uint8_t *widened, const uint8_t *from, std::size_t rowBytes, std::size_t channels,
+                     std::size_t pixelsBefore, std::size_t pixelsAfter)
+{
+    const std::size_t before = pixelsBefore * channels, after = pixelsAfter * channels;
+    for (std::size_t i = 0; i < before; ++i)
+        widened[i] = from[i % channels];
+    std::memcpy(widened + before, from, rowBytes);
+    for (std::size_t i = 0; i < after; ++i)
+        widened[before + rowBytes + i] = from[rowBytes - channels + i % channels];
+}
+
+/// Both passes on the frame. row(to, from, scratch) filters one row, strip(strip, firstByte, scratch) the columns
+/// from that byte of the rows on.
+template <typename Row, typename Strip>
+void *inTwoPasses(EffectFrame &frame, std::size_t scratchBytes, Row row, Strip strip)
+{
+    const ResultPlan plan = planWithPalette(frame.source());
+    if (!frame.allocate(plan))
+        return nullptr;
+    ScratchBlock scratch(scratchBytes);
+    if (!scratch.bytes())
+        return frame.giveUp();
+    frame.open(plan.headerBytes);
+    Dib &result = frame.result();
+    for (int y : frame.rows(kFirstPass)) {
+        row(result.row(y), frame.source().row(y), scratch.bytes());
+        frame.clearPadding(y);
+    }
+    forColumnStrips(frame, kSecondPass, [&](std::size_t firstByte, std::size_t bytes) {
+        strip(ColumnStrip{result.row(0) + firstByte, result.stride(), result.height(), bytes}, firstByte,
+              scratch.bytes());
+    });
+    scratch.release();
+    return frame.finish();
+}
+
+} // namespace velmont
