@@ -9,7 +9,7 @@ namespace {
 /// The box of both effects, mixed with `centerWeight` times the source.
 void *boxBlur(EffectFrame &frame, int64_t size, int64_t centerWeight)
 {
-    if (!hasSamples(frame))
+    if (!servesSamples(frame))
         return nullptr;
     const Dib &source = frame.source();
     const bool isNarrow = size <= NarrowBoxRounding::kLargestDivisor;

@@ -1,5 +1,8 @@
-// The loops of the narrow box, compiled once for each instruction set: internal linkage, and nothing from elsewhere
-// that the linker could pick for another.
+#pragma once
+
+/// \file
+/// The loops of the narrow box, compiled once for each instruction set: internal linkage, and nothing from elsewhere
+/// that the linker could pick for another.
 
 #include "filters/box_kernels.h"
 

@@ -7,7 +7,7 @@ using namespace velmont;
 void *ProcessDespeckle(void *dib)
 {
     EffectFrame frame(dib);
-    if (!hasSamples(frame))
+    if (!servesSamples(frame))
         return nullptr;
     const Dib &source = frame.source();
     if (!frame.begin(planWithPalette(source)))

@@ -98,7 +98,7 @@ void *ProcessGaussianBlur(void *dib, tagParamGaussianBlur *param)
     if (!param || param->size < 2 || param->size > Taps::kMost)
         return nullptr;
     EffectFrame frame(dib);
-    if (!hasSamples(frame))
+    if (!servesSamples(frame))
         return nullptr;
     const GaussPasses passes(frame.source(), param->size);
     return inTwoPasses(

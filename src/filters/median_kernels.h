@@ -12,7 +12,6 @@
 ///
 /// so that two neighbouring ranks of each window, found in any way and order, give the row.
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -22,8 +21,8 @@ inline constexpr int kLargestMedian = 32;
 
 /// The rows of one output row's windows, and what the windows are.
 struct MedianRows {
-    std::array<const uint8_t *, kLargestMedian> row; ///< the first `size` count, at column 0 of the image
-    int size;                                        ///< 2 to 32
+    const uint8_t *row[kLargestMedian]; ///< the first `size` count, at column 0 of the image
+    int size;                           ///< 2 to 32
     std::size_t pixels, channels;
 
     int rank() const { return (size * size + 1) / 2; }

@@ -7,6 +7,7 @@
 #include "core/effect_frame.h"
 #include "core/scratch_block.h"
 #include "filters/box_filter.h"
+#include "filters/sample_frame.h"
 #include <cstring>
 
 namespace velmont {
@@ -14,11 +15,6 @@ namespace velmont {
 /// Columns that are worked on together: long runs of each row, of which a window still fits the second cache.
 inline constexpr int kStripColumns = 2048;
 
-/// Whether the image has 24 bits or is gray: what filters over neighbouring samples take.
-inline bool hasSamples(const EffectFrame &frame)
-{
-    return frame.serves({24}) || (frame.serves({8}) && frame.source().isGray());
-}
 inline int channelsOf(const Dib &image)
 {
     return image.bitCount() / 8;
@@ -35,23 +31,6 @@ inline ResultPlan planWithPalette(const Dib &source)
 inline std::size_t stripBytes(const Dib &image)
 {
     return static_cast<std::size_t>(std::min(kStripColumns, image.width()) * channelsOf(image));
-}
-
-/// Hands strip(firstByte, bytes) the columns. Every column polls and reports, in order, and the work follows the
-/// last one of a strip: an abort among them leaves nothing to be seen.
-template <typename Strip>
-void forColumnStrips(EffectFrame &frame, RowCadence cadence, Strip strip)
-{
-    const int channels = channelsOf(frame.source());
-    int first = 0;
-    for (int x : frame.columns(cadence)) {
-        const int columns = x + 1 - first;
-        if (columns < kStripColumns && x + 1 < frame.source().width())
-            continue;
-        strip(static_cast<std::size_t>(first) * static_cast<unsigned>(channels),
-              static_cast<std::size_t>(columns) * static_cast<unsigned>(channels));
-        first = x + 1;
-    }
 }
 
 /// A row of `rowBytes` bytes with pixels outside it, which are its ends.
@@ -83,7 +62,7 @@ void *inTwoPasses(EffectFrame &frame, std::size_t scratchBytes, Row row, Strip s
         row(result.row(y), frame.source().row(y), scratch.bytes());
         frame.clearPadding(y);
     }
-    forColumnStrips(frame, kSecondPass, [&](std::size_t firstByte, std::size_t bytes) {
+    inStrips(frame, kSecondPass, stripBytes(frame.source()), [&](std::size_t firstByte, std::size_t bytes) {
         strip(ColumnStrip{result.row(0) + firstByte, result.stride(), result.height(), bytes}, firstByte,
               scratch.bytes());
     });
