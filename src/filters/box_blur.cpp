@@ -16,14 +16,15 @@ void *boxBlur(EffectFrame &frame, int64_t size, int64_t centerWeight)
     const NarrowBoxRounding narrow(isNarrow ? size : 2);
     const BoxRounding rounding(size);
     const BoxKernels kernels = boxKernels();
-    const auto channels = static_cast<std::size_t>(channelsOf(source));
+    const auto channels = samplesPerPixel(source);
     const std::size_t rowBytes = static_cast<std::size_t>(source.width()) * channels;
     const std::size_t widenedBytes = isNarrow ? rowBytes + static_cast<std::size_t>(size - 1) * channels : 0;
     return inTwoPasses(
         frame, std::max(widenedBytes, boxColumnsScratch(source.height(), size, stripBytes(source))),
         [&](uint8_t *to, const uint8_t *from, uint8_t *scratch) {
             if (!isNarrow)
-                return boxRow(to, from, source.width(), channelsOf(source), size, rounding);
+                return boxRow(to, from, source.width(), static_cast<int>(samplesPerPixel(source)), size,
+                              rounding);
             const auto window = static_cast<std::size_t>(size);
             widenRow(scratch, from, rowBytes, channels, window / 2, window - 1 - window / 2);
             kernels.row(to, scratch, rowBytes, channels, static_cast<unsigned>(size), narrow);

@@ -1,5 +1,6 @@
 #include "filters/despeckle_kernels.h"
-#include "filters/two_passes.h"
+#include "filters/sample_frame.h"
+#include <algorithm>
 #include <velmont/filters.h>
 
 using namespace velmont;
@@ -10,11 +11,10 @@ void *ProcessDespeckle(void *dib)
     if (!servesSamples(frame))
         return nullptr;
     const Dib &source = frame.source();
-    if (!frame.begin(planWithPalette(source)))
+    if (!frame.begin(planOnSamples(source)))
         return nullptr;
     const DespeckleRow despeckle = despeckleRow();
-    const auto channels = static_cast<std::size_t>(channelsOf(source));
-    const std::size_t bytes = static_cast<std::size_t>(source.width()) * channels;
+    const std::size_t channels = samplesPerPixel(source), bytes = sampleBytes(source);
     const int last = source.height() - 1;
     for (int y : frame.rows()) {
         const ThreeRows rows{source.row(std::max(y - 1, 0)), source.row(y), source.row(std::min(y + 1, last)),

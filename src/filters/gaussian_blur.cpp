@@ -42,7 +42,7 @@ Taps gaussTaps(int size)
 class GaussPasses {
 public:
     GaussPasses(const Dib &source, int size)
-        : taps_(gaussTaps(size)), half_(size / 2), channels_(static_cast<std::size_t>(channelsOf(source))),
+        : taps_(gaussTaps(size)), half_(size / 2), channels_(samplesPerPixel(source)),
           rowBytes_(static_cast<std::size_t>(source.width()) * channels_)
     {
     }

@@ -13,7 +13,7 @@ void *ProcessMaxMin(void *dib, tagParamMaxMin *param)
     EffectFrame frame(dib);
     if (!servesSamples(frame))
         return nullptr;
-    if (!beginOnSamples(frame, Contents::Overwritten))
+    if (!frame.begin(planOnSamples(frame.source())))
         return nullptr;
     const ExtremeKernels kernels = extremeKernels();
     const Dib &source = frame.source();

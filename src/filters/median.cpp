@@ -13,7 +13,7 @@ void *ProcessMedian(void *dib, tagParamMedian *param)
     EffectFrame frame(dib);
     if (!servesSamples(frame))
         return nullptr;
-    if (!beginOnSamples(frame, Contents::Overwritten))
+    if (!frame.begin(planOnSamples(frame.source())))
         return nullptr;
     const MedianRow median = medianRow(size);
     const Dib &source = frame.source();

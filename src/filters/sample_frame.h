@@ -13,12 +13,13 @@ inline bool servesSamples(const EffectFrame &frame)
     return frame.serves({8, 24}) && (frame.source().bitCount() == 24 || frame.source().isGray());
 }
 
-/// Starts the work on a result of the source's shape. All that lies before the rows is copied in one piece, and
-/// with Contents::Overwritten the effect clears the padding itself.
-inline bool beginOnSamples(EffectFrame &frame, Contents contents)
+/// A result of the source's shape. All that lies before the rows is copied in one piece; the effect clears the
+/// padding itself.
+inline ResultPlan planOnSamples(const Dib &source)
 {
-    const DibLayout &layout = frame.source().layout();
-    return frame.begin({layout, contents, 0, layout.pixelOffset});
+    return {.layout = source.layout(),
+            .contents = Contents::Overwritten,
+            .headerBytes = source.layout().pixelOffset};
 }
 
 /// Samples of a pixel.

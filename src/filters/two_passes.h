@@ -15,22 +15,10 @@ namespace velmont {
 /// Columns that are worked on together: long runs of each row, of which a window still fits the second cache.
 inline constexpr int kStripColumns = 2048;
 
-inline int channelsOf(const Dib &image)
-{
-    return image.bitCount() / 8;
-}
-/// A result like the source, with all that lies before the rows as its header. Its padding is to be cleared.
-inline ResultPlan planWithPalette(const Dib &source)
-{
-    return {.layout = source.layout(),
-            .contents = Contents::Overwritten,
-            .headerBytes = source.layout().pixelOffset};
-}
-
 /// The widest strip of an image, in bytes.
 inline std::size_t stripBytes(const Dib &image)
 {
-    return static_cast<std::size_t>(std::min(kStripColumns, image.width()) * channelsOf(image));
+    return static_cast<std::size_t>(std::min(kStripColumns, image.width())) * samplesPerPixel(image);
 }
 
 /// A row of `rowBytes` bytes with pixels outside it, which are its ends.
@@ -50,7 +38,7 @@ inline void widenRow(uint8_t *widened, const uint8_t *from, std::size_t rowBytes
 template <typename Row, typename Strip>
 void *inTwoPasses(EffectFrame &frame, std::size_t scratchBytes, Row row, Strip strip)
 {
-    const ResultPlan plan = planWithPalette(frame.source());
+    const ResultPlan plan = planOnSamples(frame.source());
     if (!frame.allocate(plan))
         return nullptr;
     ScratchBlock scratch(scratchBytes);
