@@ -8,6 +8,7 @@
 // source once, write every byte of the result.
 
 #include "catalogue/effect.h"
+#include "catalogue/fitted_operands.h"
 #include "platform/memory.h"
 #include <algorithm>
 #include <benchmark/benchmark.h>
@@ -78,11 +79,20 @@ void countPixels(benchmark::State &state)
         static_cast<double>(state.iterations()) * kWidth * kHeight / 1e6, benchmark::Counter::kIsRate);
 }
 
+/// Frees the pictures that an effect made beside its result.
+void freeResults(const catalogue::Effect &effect, catalogue::Record &record)
+{
+    for (const catalogue::Operand &operand : effect.operands)
+        if (void *const made = operand.isResult ? operand.handle(record.bytes.data()) : nullptr)
+            KelMemFree(made);
+}
+
 void runEffect(benchmark::State &state, const catalogue::Effect &effect, unsigned depth, bool recycled)
 {
     memory_hooks::keepFreedBlocks(recycled);
     void *const dib = source(depth);
-    const catalogue::Record defaults = catalogue::defaultRecord(effect);
+    catalogue::Record defaults = catalogue::defaultRecord(effect);
+    const catalogue::FittedOperands operands(effect, defaults, dib);
     for (auto _ : state) {
         catalogue::Record record = defaults;
         void *const result = catalogue::apply(effect, dib, record);
@@ -92,6 +102,7 @@ void runEffect(benchmark::State &state, const catalogue::Effect &effect, unsigne
         }
         if (result != dib)
             KelMemFree(result);
+        freeResults(effect, record);
     }
     countPixels(state);
 }
@@ -157,6 +168,7 @@ void addRow(const std::string &name, Run run)
 void registerEffect(const catalogue::Effect &effect, catalogue::Depth depth)
 {
     catalogue::Record record = catalogue::defaultRecord(effect);
+    const catalogue::FittedOperands operands(effect, record, source(depth));
     void *const result = catalogue::apply(effect, source(depth), record);
     if (!result)
         return;

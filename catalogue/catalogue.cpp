@@ -37,6 +37,11 @@ std::string_view familyName(Family family)
     return {};
 }
 
+std::string_view kindName(OperandKind kind)
+{
+    return kind == OperandKind::BitMask ? "bit mask" : "alpha mask";
+}
+
 std::span<const Effect> effects()
 {
     static const std::vector<Effect> all = gather();
@@ -55,6 +60,13 @@ const Field *findField(const Effect &effect, std::string_view name)
     const auto found = std::find_if(effect.fields.begin(), effect.fields.end(),
                                     [&](const Field &f) { return f.name == name; });
     return found != effect.fields.end() ? &*found : nullptr;
+}
+
+const Operand *findOperand(const Effect &effect, std::string_view name)
+{
+    const auto found = std::find_if(effect.operands.begin(), effect.operands.end(),
+                                    [&](const Operand &o) { return o.name == name; });
+    return found != effect.operands.end() ? &*found : nullptr;
 }
 
 Record defaultRecord(const Effect &effect)

@@ -44,6 +44,23 @@ struct Field {
     uint8_t *(*table)(void *record) = nullptr;
 };
 
+/// The kinds of picture that an effect reads or makes beside the image that it works on.
+enum class OperandKind {
+    BitMask,   ///< 1 bit; set bits are selected
+    AlphaMask, ///< 8-bit gray of the image's size; 0 is not selected, 255 is
+};
+/// "bit mask", "alpha mask".
+std::string_view kindName(OperandKind kind);
+
+/// A picture beside the image.
+struct Operand {
+    std::string_view name; ///< in the style of fields
+    OperandKind kind;
+    bool isResult; ///< made by the effect, then the caller's; else read by it and the caller's throughout
+    std::string_view help;          ///< one line
+    void *&(*handle)(void *record); ///< where the record holds it; null for none
+};
+
 /// The families of the catalogue, in the order in which they are listed.
 enum class Family { Tone, Filters, Geometry, Masks, Artistic };
 std::string_view familyName(Family family);
@@ -80,7 +97,7 @@ struct Effect {
     std::optional<unsigned> code; ///< of the dispatcher
     Family family;
     std::string_view help;       ///< one line
-    std::string_view recordName; ///< "tag..." or "int"; empty without parameters
+    std::string_view recordName; ///< "tag...", "int" or, for several of them, "arguments"; empty without
     std::size_t recordBytes;     ///< 0 without parameters
     std::span<const Field> fields;
     unsigned depths; ///< Depth values, or'ed: those that give a useful picture
@@ -91,6 +108,7 @@ struct Effect {
     unsigned blankDepths = 0;
     unsigned otherDepths = 0; ///< not refused either, but of no use
     int locksLeft = 0;        ///< on the source by each run
+    std::span<const Operand> operands = {};
 };
 
 /// All effects, by family and then by name.
@@ -99,7 +117,9 @@ std::span<const Effect> effects();
 const Effect *findEffect(std::string_view name);
 /// The field of an effect with this name, or null.
 const Field *findField(const Effect &effect, std::string_view name);
-/// Every field at its default.
+/// The operand of an effect with this name, or null.
+const Operand *findOperand(const Effect &effect, std::string_view name);
+/// Every field at its default, no operand.
 Record defaultRecord(const Effect &effect);
 /// Runs an effect: through the dispatcher where it has a code, else by name.
 /// \return a new handle, the caller's, or null.

@@ -159,8 +159,25 @@ constexpr Field field(const FieldText &text)
             nullptr};
 }
 
-/// Whether the fields cover the record: none is missing and there is nothing between them. Pointers to what the
-/// host owns are no fields and stay null; their bytes come on top.
+/// The entry of a member of a record that holds a picture beside the image.
+template <auto Member>
+constexpr Operand operand(std::string_view name, OperandKind kind, std::string_view help)
+{
+    using RecordType = typename detail::MemberOf<decltype(Member)>::Record;
+    return {name, kind, false, help,
+            [](void *record) -> void *& { return static_cast<RecordType *>(record)->*Member; }};
+}
+/// The same for a picture that the effect makes.
+template <auto Member>
+constexpr Operand resultOperand(std::string_view name, OperandKind kind, std::string_view help)
+{
+    Operand made = operand<Member>(name, kind, help);
+    made.isResult = true;
+    return made;
+}
+
+/// Whether the fields cover the record: none is missing and there is nothing between them. Pointers are no
+/// fields: operands, or what the host owns, which stays null; their bytes come on top.
 template <typename RecordType, std::size_t count>
 constexpr bool coverRecord(const std::array<Field, count> &fields, std::size_t pointerBytes = 0)
 {

@@ -2,6 +2,7 @@
 // allocation and an abort on the way. Input: a control record, the effect's parameter record, the block.
 
 #include "catalogue/effect.h"
+#include "catalogue/fitted_operands.h"
 #include "core/cpu.h"
 #include "core/generator.h"
 #include "fuzz/fuzz.h"
@@ -84,7 +85,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
     catalogue::Record record = catalogue::defaultRecord(effect), given = record;
     const std::size_t recordBytes = std::min({std::size_t{control.recordBytes}, effect.recordBytes, size});
     std::memcpy(given.bytes.data(), data, recordBytes);
-    for (const catalogue::Field &field : effect.fields) // pointers of the record stay null
+    for (const catalogue::Field &field : effect.fields) // pointers of the record are not the input's to say
         if (field.table)
             std::memcpy(field.table(record.bytes.data()), field.table(given.bytes.data()), field.bytes);
         else
@@ -93,7 +94,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
     const auto before = memory_hooks::counts();
     void *const dib = blockOf(data + recordBytes, size - recordBytes);
     useUtilities(dib, control);
-    applyEffect(dib, effect, record, control);
+    {
+        const catalogue::FittedOperands operands(effect, record, dib);
+        applyEffect(dib, effect, record, control);
+    }
     KelMemFree(dib);
     if (memory_hooks::counts().blocks != before.blocks || memory_hooks::counts().locks != before.locks)
         std::abort(); // something was lost

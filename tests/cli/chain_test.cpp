@@ -89,6 +89,33 @@ TEST(Chain, FieldsAreALetterThenLettersAndDigits)
     EXPECT_FALSE(cli::looksLikeField(""));
 }
 
+TEST(Chain, PicturesBesideTheImageAreFiles)
+{
+    const Chain chain =
+        parse({"masked", "mask=a=b.png", "in.png", "then", "masked", "made=made.png", "mask=c.png"});
+    ASSERT_EQ(chain.steps.size(), 2u);
+    ASSERT_EQ(chain.steps[0].operands.size(), 1u);
+    EXPECT_EQ(chain.steps[0].operands[0].operand->name, "mask");
+    EXPECT_EQ(chain.steps[0].operands[0].file, "a=b.png");
+    ASSERT_EQ(chain.steps[1].operands.size(), 2u);
+    EXPECT_EQ(chain.steps[1].operands[0].operand->name, "made");
+    EXPECT_EQ(chain.steps[1].operands[0].file, "made.png");
+    EXPECT_EQ(chain.steps[1].operands[1].file, "c.png");
+}
+
+TEST(Chain, RefusesWhatIsMissingOfPictures)
+{
+    EXPECT_EQ(refusal({"masked", "in.png"}), "masked needs mask=FILE: what to look at");
+    EXPECT_EQ(refusal({"masked", "made=a.png", "in.png", "then", "plain"}),
+              "masked needs mask=FILE: what to look at");
+    EXPECT_EQ(refusal({"masked", "mask=", "in.png"}), "masked: mask= needs the name of a file");
+    EXPECT_EQ(refusal({"masked", "mask=a.png", "mask=b.png", "in.png"}), "masked: mask is given twice");
+    EXPECT_EQ(refusal({"masked", "maks=a.png", "in.png"}),
+              "masked: there is no field \"maks\"; did you mean mask?");
+    EXPECT_EQ(refusal({"masked", "size=3", "in.png"}),
+              "masked: there is no field \"size\"; it takes mask, made");
+}
+
 TEST(Chain, RefusesWhatIsMissing)
 {
     EXPECT_EQ(refusal({}), "apply needs an effect and an image");

@@ -77,7 +77,7 @@ void expectField(const json &object, const Field &field)
 
 void expectEffect(const json &object, const Effect &effect)
 {
-    EXPECT_EQ(object.size(), 9u);
+    EXPECT_EQ(object.size(), 10u);
     EXPECT_EQ(object.at("name"), effect.name);
     EXPECT_EQ(object.at("export"), effect.exportName);
     if (effect.code)

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <velmont/dib.h>
 #include <velmont/memory.h>
+#include <velmont/tone.h>
 
 namespace velmont::test {
 
@@ -45,15 +46,42 @@ constexpr std::array kBlendFields{
     field<&BlendRecord::mode>("mode", FieldType::Int32, "", 1, 2, 1, kModes),
 };
 
+struct MaskArguments {
+    void *mask, *made;
+};
+void *&maskOf(void *record)
+{
+    return static_cast<MaskArguments *>(record)->mask;
+}
+void *&madeOf(void *record)
+{
+    return static_cast<MaskArguments *>(record)->made;
+}
+constexpr std::array kMaskOperands{
+    catalogue::Operand{"mask", catalogue::OperandKind::AlphaMask, false, "what to look at", maskOf},
+    catalogue::Operand{"made", catalogue::OperandKind::AlphaMask, true, "the mask's negative", madeOf},
+};
+constexpr std::array kBitOperands{
+    catalogue::Operand{"bits", catalogue::OperandKind::BitMask, false, "what to look at", maskOf},
+};
+
 constexpr Effect effect(std::string_view name, Family family, void *(*call)(void *, void *),
                         std::span<const Field> fields = {}, std::size_t recordBytes = 0)
 {
     return {name, "None", {}, family, "help", "", recordBytes, fields, catalogue::DepthAll, false, call};
 }
 
+constexpr Effect withOperands(Effect effect, std::span<const catalogue::Operand> operands)
+{
+    effect.recordBytes = sizeof(MaskArguments);
+    effect.operands = operands;
+    return effect;
+}
+
 constexpr std::array kMadeUp{
     effect("blend", Family::Filters, nullptr, kBlendFields, sizeof(BlendRecord)),
     effect("plain", Family::Filters, nullptr),
+    withOperands(effect("masked", Family::Filters, nullptr), kMaskOperands),
 };
 
 int changedRecords = 0;
@@ -103,6 +131,21 @@ void *copyInterrupted(void *dib, void *)
     return copyOf(dib);
 }
 
+void *copyAndInvertMask(void *dib, void *record)
+{
+    auto *const arguments = static_cast<MaskArguments *>(record);
+    arguments->made = ProcessNegative(arguments->mask);
+    return copyOf(dib);
+}
+
+void *bits(void *, void *record)
+{
+    return copyOf(static_cast<MaskArguments *>(record)->mask);
+}
+
+constexpr Effect kInvertsItsMask =
+    withOperands(effect("masked", Family::Filters, copyAndInvertMask), kMaskOperands);
+constexpr Effect kReturnsItsBits = withOperands(effect("bits", Family::Filters, bits), kBitOperands);
 constexpr Effect kReturnsNothing = effect("nothing", Family::Filters, noResult);
 constexpr Effect kReturnsItsSource = effect("source", Family::Filters, source);
 constexpr Effect kChangesItsRecord =
@@ -151,6 +194,16 @@ const Effect &widens()
 const Effect &movesPixels()
 {
     return kMovesPixels;
+}
+
+const Effect &invertsItsMask()
+{
+    return kInvertsItsMask;
+}
+
+const Effect &returnsItsBits()
+{
+    return kReturnsItsBits;
 }
 
 const Effect &interrupts()

@@ -17,7 +17,7 @@ struct BlendRecord {
     int32_t mode;    ///< soft 1, hard 2; default soft
 };
 
-/// `blend` with four fields, `plain` with none; neither is ever called.
+/// `blend` with four fields, `plain` with none, `masked` with two pictures beside the image; none is ever called.
 std::span<const catalogue::Effect> madeUpEffects();
 const catalogue::Effect &blend();
 
@@ -33,6 +33,10 @@ int changedRecordsSeen();
 const catalogue::Effect &widens();
 /// Returns a copy; of the geometry family.
 const catalogue::Effect &movesPixels();
+/// `masked`: reads an alpha mask, `mask`, and makes another, `made`, its negative; returns a copy.
+const catalogue::Effect &invertsItsMask();
+/// Returns a copy of its bit mask, `bits`.
+const catalogue::Effect &returnsItsBits();
 /// Sends the program SIGTERM and returns a copy.
 const catalogue::Effect &interrupts();
 

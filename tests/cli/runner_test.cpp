@@ -1,11 +1,13 @@
+#include "cli_test.h"
 #include "failure_of.h"
 #include "interrupt.h"
 #include "made_up_effects.h"
 #include "pictures.h"
 #include "runner.h"
+#include "text.h"
 #include <cstdlib>
 #include <iostream>
-#include <velmont/dib.h>
+#include <velmont/velmont.h>
 
 namespace velmont::test {
 
@@ -59,6 +61,79 @@ TEST(Runner, EveryStepHasAFreshRecord)
     for (int i = 0; i < 2; ++i)
         cli::Runner(picture, "photo.png", {}).run(steps);
     EXPECT_EQ(changedRecordsSeen(), 0);
+}
+
+class RunnerWithMask : public CliTest {
+protected:
+    /// A step with these files, by the places of its effect's operands.
+    static cli::Step step(const Effect &effect, const std::vector<std::filesystem::path> &files)
+    {
+        cli::Step step{&effect, {}};
+        for (std::size_t i = 0; i < files.size(); ++i)
+            step.operands.push_back({&effect.operands[i], files[i]});
+        return step;
+    }
+    static void runStep(io::Picture &picture, const cli::Step &step)
+    {
+        cli::Runner(picture, "photo.png", {}).run({step});
+    }
+};
+
+TEST_F(RunnerWithMask, ReadsAMaskAndKeepsWhatIsMade)
+{
+    save(Kind::Gray, 5, 4, file("mask.png"));
+    io::Picture picture = makePicture(Kind::Colour, 5, 4);
+    const std::vector steps{step(invertsItsMask(), {file("mask.png"), file("made.png")}),
+                            step(invertsItsMask(), {file("mask.png")})};
+    cli::Runner runner(picture, "photo.png", {});
+    runner.run(steps);
+    ASSERT_EQ(runner.made().size(), 1u);
+    EXPECT_EQ(runner.made()[0].file, file("made.png"));
+    auto negative = coloursOf(file("mask.png"));
+    for (uint32_t &colour : negative)
+        colour ^= 0xFFFFFF;
+    EXPECT_EQ(coloursOf(runner.made()[0].picture.dib.get()), negative);
+    EXPECT_EQ(files(), std::vector<std::string>{"mask.png"}) << "writing is for who has the whole result";
+}
+
+TEST_F(RunnerWithMask, ColourMasksCountByTheirBrightness)
+{
+    save(Kind::Colour, 5, 4, file("mask.png"));
+    io::Picture picture = makePicture(Kind::Colour, 5, 4);
+    cli::Runner runner(picture, "photo.png", {});
+    runner.run({step(invertsItsMask(), {file("mask.png"), file("made.png")})});
+    io::Picture expected = io::readPicture(file("mask.png"));
+    expected.dib = io::DibHandle(ProcessConvertToGrayScale(expected.dib.get()));
+    expected.dib = io::DibHandle(ProcessNegative(expected.dib.get()));
+    EXPECT_EQ(coloursOf(runner.made().at(0).picture.dib.get()), coloursOf(expected.dib.get()));
+}
+
+TEST_F(RunnerWithMask, BitMasksAreWhatIsBrighterThanTheMiddle)
+{
+    save(Kind::Gray, 5, 4, file("mask.png"));
+    io::Picture picture = makePicture(Kind::Colour, 9, 9);
+    runStep(picture, step(returnsItsBits(), {file("mask.png")}));
+    auto expected = coloursOf(file("mask.png"));
+    for (uint32_t &colour : expected)
+        colour = (colour & 0xFF) > 127 ? 0xFFFFFF : 0;
+    EXPECT_EQ(catalogue::depthOf(picture.dib.get()), unsigned{catalogue::Depth1});
+    EXPECT_EQ(coloursOf(picture.dib.get()), expected);
+}
+
+TEST_F(RunnerWithMask, RefusesMasksThatDoNotFit)
+{
+    save(Kind::Gray, 4, 5, file("mask.png"));
+    io::Picture picture = makePicture(Kind::Colour, 5, 4);
+    const auto colours = coloursOf(picture.dib.get());
+    EXPECT_EQ(
+        failureOf(ExitCode::Input, [&] { runStep(picture, step(invertsItsMask(), {file("mask.png")})); }),
+        cli::concat(file("mask.png").string(),
+                    ": the mask is 4 x 5 and photo.png is 5 x 4; they have to be of one size"));
+    EXPECT_NE(
+        failureOf(ExitCode::Input, [&] { runStep(picture, step(invertsItsMask(), {file("none.png")})); })
+            .find("none.png"),
+        std::string::npos);
+    EXPECT_EQ(coloursOf(picture.dib.get()), colours);
 }
 
 TEST(Runner, KeepsAlphaWhileSizeAndPlacesStay)

@@ -126,24 +126,26 @@ TEST_P(EachEntry, FieldsHaveTheirOwnPlaces)
         EXPECT_EQ(field.load(record.bytes.data()), value++) << field.name;
 }
 
-/// Bytes of a record for what the host owns: no field, and null in a record of the catalogue's.
-std::size_t hostPointerBytes(const Effect &effect)
+/// Bytes of a record that are no fields: operands, and what the host owns, which is null in a record of the
+/// catalogue's.
+std::size_t pointerBytes(const Effect &effect)
 {
-    return effect.recordName == "tagParamAutoLevel" ? sizeof(void *) : 0;
+    return sizeof(void *) * (effect.operands.size() + (effect.recordName == "tagParamAutoLevel" ? 1 : 0));
 }
 
 TEST_P(EachEntry, FieldsCoverTheRecordAndNothingElse)
 {
     ASSERT_LE(effect_.recordBytes, kLargestRecord);
-    EXPECT_EQ(effect_.recordBytes == 0, effect_.fields.empty());
-    EXPECT_EQ(effect_.recordName.empty(), effect_.fields.empty());
-    if (!effect_.recordName.empty() && effect_.recordName != "int") {
+    const bool hasNone = effect_.fields.empty() && effect_.operands.empty();
+    EXPECT_EQ(effect_.recordBytes == 0, hasNone);
+    EXPECT_EQ(effect_.recordName.empty(), hasNone);
+    if (!hasNone && effect_.recordName != "int" && effect_.recordName != "arguments") {
         EXPECT_TRUE(effect_.recordName.starts_with("tag")) << effect_.recordName;
     }
     if (effect_.recordName == "int") {
         EXPECT_EQ(effect_.recordBytes, 4u);
     }
-    std::size_t sum = hostPointerBytes(effect_);
+    std::size_t sum = pointerBytes(effect_);
     Record zeros, ones;
     ones.bytes.fill(std::byte{0xFF});
     for (const Field &field : effect_.fields) {
@@ -155,9 +157,28 @@ TEST_P(EachEntry, FieldsCoverTheRecordAndNothingElse)
     std::size_t untouched = 0;
     for (std::size_t i = 0; i < effect_.recordBytes; ++i)
         untouched += zeros.bytes[i] != ones.bytes[i];
-    EXPECT_EQ(untouched, hostPointerBytes(effect_));
+    EXPECT_EQ(untouched, pointerBytes(effect_));
     for (std::size_t i = effect_.recordBytes; i < kLargestRecord; ++i)
         ASSERT_TRUE(zeros.bytes[i] == std::byte{0} && ones.bytes[i] == std::byte{0xFF}) << i;
+}
+
+TEST_P(EachEntry, OperandsHaveNamesAndPlacesOfTheirOwn)
+{
+    Record record;
+    std::set<std::string_view> names;
+    std::set<void *> places;
+    for (const Operand &operand : effect_.operands) {
+        EXPECT_TRUE(names.insert(operand.name).second) << operand.name;
+        EXPECT_EQ(findField(effect_, operand.name), nullptr) << operand.name;
+        EXPECT_EQ(findOperand(effect_, operand.name), &operand);
+        EXPECT_TRUE(isOneLine(operand.help)) << operand.name << ": " << operand.help;
+        auto *const place = reinterpret_cast<std::byte *>(&operand.handle(record.bytes.data()));
+        EXPECT_TRUE(places.insert(place).second) << operand.name;
+        EXPECT_TRUE(place >= record.bytes.data() &&
+                    place + sizeof(void *) <= record.bytes.data() + effect_.recordBytes);
+        EXPECT_EQ(operand.handle(record.bytes.data()), nullptr);
+    }
+    EXPECT_EQ(findOperand(effect_, "no-such-operand"), nullptr);
 }
 
 TEST_P(EachEntry, DefaultRecordHoldsTheDefaults)

@@ -1,6 +1,7 @@
 // What every effect of the catalogue keeps to, at every kind of image. New entries are covered as they come.
 
 #include "catalogue/effect.h"
+#include "catalogue/fitted_operands.h"
 #include "core/generator.h"
 #include "platform/memory.h"
 #include "tests/effects/watching_host.h"
@@ -78,21 +79,79 @@ Peculiarity peculiarityOf(const Effect &effect)
     return {effect.exportName};
 }
 
-/// Runs an effect with its defaults and the generator at its start.
+/// One run of an effect on an image, with its defaults and operands that fit. Those are there before the run,
+/// so that failing allocations and locks are the effect's own.
+class Trial {
+public:
+    Trial(const Effect &effect, void *dib)
+        : effect_(effect), record_(catalogue::defaultRecord(effect)), operands_(effect, record_, dib),
+          dib_(dib)
+    {
+        for (const catalogue::Operand &operand : effect.operands)
+            before_.push_back(operandBytes(operand));
+    }
+
+    /// Runs it, with the generator at its start.
+    Handle go()
+    {
+        srand(1);
+        void *const result = catalogue::apply(effect_, dib_, record_);
+        EXPECT_TRUE(!result || result != dib_);
+        return Handle(result != dib_ ? result : nullptr);
+    }
+    /// Checks that nothing happened to the operands that are read, and that others come with a result only.
+    void checkOperands(const void *result)
+    {
+        for (std::size_t i = 0; i < effect_.operands.size(); ++i) {
+            const catalogue::Operand &operand = effect_.operands[i];
+            void *const handle = operand.handle(record_.bytes.data());
+            EXPECT_EQ(memory_hooks::locksOn(handle), 0) << operand.name;
+            if (!operand.isResult)
+                EXPECT_EQ(operandBytes(operand), before_[i]) << operand.name;
+            else
+                EXPECT_EQ(handle != nullptr, result != nullptr) << operand.name;
+        }
+    }
+    /// The bytes of a result and of the operands that came with it.
+    Bytes bytesWith(void *result)
+    {
+        Bytes all = bytesOf(result);
+        for (const catalogue::Operand &operand : effect_.operands) {
+            const Bytes bytes = operand.isResult ? operandBytes(operand) : Bytes{};
+            all.insert(all.end(), bytes.begin(), bytes.end());
+        }
+        return all;
+    }
+
+private:
+    Bytes operandBytes(const catalogue::Operand &operand)
+    {
+        void *const handle = operand.handle(record_.bytes.data());
+        return handle ? bytesOf(handle) : Bytes{};
+    }
+
+    const Effect &effect_;
+    catalogue::Record record_;
+    catalogue::FittedOperands operands_;
+    void *dib_;
+    std::vector<Bytes> before_;
+};
+
 Handle run(const Effect &effect, void *dib)
 {
-    catalogue::Record record = catalogue::defaultRecord(effect);
-    srand(1);
-    void *const result = catalogue::apply(effect, dib, record);
-    EXPECT_TRUE(!result || result != dib);
-    return Handle(result != dib ? result : nullptr);
+    Trial trial(effect, dib);
+    Handle result = trial.go();
+    trial.checkOperands(result);
+    return result;
 }
 
-/// The result's bytes; none for null.
+/// The bytes of the result and of operands that came with it; none for null.
 Bytes bytesOfRun(const Effect &effect, void *dib)
 {
-    const Handle result = run(effect, dib);
-    return result ? bytesOf(result) : Bytes{};
+    Trial trial(effect, dib);
+    const Handle result = trial.go();
+    trial.checkOperands(result);
+    return result ? trial.bytesWith(result) : Bytes{};
 }
 
 /// Random effects may take the time as their seed: repeats until one second has seen all of `work`.
@@ -172,9 +231,11 @@ TEST_P(EveryEffect, RefusesOtherDepths)
         GTEST_SKIP() << "a depth of the effect, or one that it answers with something of no use";
     const Handle source = image(kind_, 9, 20);
     const Bytes before = bytesOf(source);
+    Trial refused(effect_, source);
     const long allocations = memory_hooks::counts().allocations;
-    expectRefusal(source, kind_.name);
+    EXPECT_EQ(static_cast<void *>(refused.go()), nullptr);
     EXPECT_EQ(memory_hooks::counts().allocations, allocations);
+    expectRefusal(source, kind_.name);
     EXPECT_EQ(bytesOf(source), before);
 }
 
@@ -283,15 +344,18 @@ TEST_P(EveryEffect, SurvivesFailedAllocations)
         GTEST_SKIP() << "not a depth of the effect";
     const Bytes bytes = imageBytes(kind_, 19, 18);
     const Handle counted = blockOf(bytes);
+    Trial counting(effect_, counted);
     const long before = memory_hooks::counts().allocations;
-    run(effect_, counted);
+    counting.go();
     const long allocations = memory_hooks::counts().allocations - before;
     for (int n = 1; n <= allocations; ++n) {
         const Handle source = blockOf(bytes);
+        Trial failing(effect_, source);
         RecordingHost host;
         memory_hooks::failAllocation(n);
-        const Handle result = run(effect_, source);
+        const Handle result = failing.go();
         memory_hooks::failAllocation(0);
+        failing.checkOperands(result);
         const std::string what = "allocation " + std::to_string(n);
         EXPECT_EQ(static_cast<void *>(result), nullptr) << what;
         EXPECT_EQ(bytesOf(source), bytes) << what;
@@ -323,11 +387,13 @@ TEST_P(EveryEffect, SurvivesFailedLocks)
     int n = 1;
     for (; n < kMost; ++n) {
         const Handle source = blockOf(bytes);
+        Trial failing(effect_, source);
         RecordingHost host;
         memory_hooks::failLock(n);
-        const Handle result = run(effect_, source);
+        const Handle result = failing.go();
         if (lockFailureIsPending(n))
             break;
+        failing.checkOperands(result);
         const std::string what = "lock " + std::to_string(n);
         EXPECT_EQ(bytesOf(source), bytes) << what;
         if (n == 1) {

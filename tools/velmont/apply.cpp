@@ -3,8 +3,10 @@
 #include "interrupt.h"
 #include "notes.h"
 #include "text.h"
+#include <algorithm>
 #include <cstdint>
 #include <system_error>
+#include <vector>
 
 namespace velmont::cli {
 
@@ -14,8 +16,6 @@ namespace fs = std::filesystem;
 
 io::Format outputFormat(const fs::path &output)
 {
-    if (output.empty())
-        throw Failure(ExitCode::Usage, "no output is given: -o FILE");
     const auto format = io::formatOfName(output);
     if (!format)
         throw Failure(ExitCode::Usage, output.string() +
@@ -24,7 +24,7 @@ io::Format outputFormat(const fs::path &output)
     return *format;
 }
 
-/// What can be known about the output before any work is done.
+/// What can be known about a file to be written before any work is done.
 void checkOutput(const fs::path &output, bool force)
 {
     std::error_code ignored;
@@ -47,26 +47,48 @@ io::Picture readInput(const fs::path &input)
     }
 }
 
-void fitToFormat(io::Picture &picture, io::Format format, const ApplyOptions &options)
+/// Every file that the chain writes, its result first.
+std::vector<fs::path> outputsOf(const Chain &chain, const ApplyOptions &options)
 {
+    std::vector<fs::path> outputs{options.output};
+    for (const Step &step : chain.steps)
+        for (const OperandFile &given : step.operands)
+            if (given.operand->isResult)
+                outputs.push_back(given.file);
+    return outputs;
+}
+
+void checkOutputs(const std::vector<fs::path> &outputs, bool force)
+{
+    for (auto output = outputs.begin(); output != outputs.end(); ++output) {
+        outputFormat(*output);
+        checkOutput(*output, force);
+        if (std::find(outputs.begin(), output, *output) != output)
+            throw Failure(ExitCode::Usage, concat(output->string(), ": is to be written twice"));
+    }
+}
+
+void fitToFormat(io::Picture &picture, const fs::path &output, const ApplyOptions &options)
+{
+    const io::Format format = outputFormat(output);
     const std::string_view name = io::formatName(format);
     if (!picture.alpha.empty() && !io::keepsAlpha(format)) {
         picture.alpha.clear();
         if (!options.run.quiet)
-            say(concat(options.output.string(), ": alpha is dropped: ", name, " has none"));
+            say(concat(output.string(), ": alpha is dropped: ", name, " has none"));
     }
     if (options.jpegQuality && format != io::Format::Jpeg && !options.run.quiet)
-        say(concat(options.output.string(), ": --quality means nothing to ", name));
+        say(concat(output.string(), ": --quality means nothing to ", name));
 }
 
-void writeOutput(const io::Picture &picture, io::Format format, const ApplyOptions &options)
+void writeOutput(const io::Picture &picture, const fs::path &output, const ApplyOptions &options)
 {
     io::EncodeOptions encodeOptions;
     encodeOptions.jpegQuality = options.jpegQuality.value_or(encodeOptions.jpegQuality);
     try {
-        const std::vector<uint8_t> bytes = io::encode(picture, format, encodeOptions);
+        const std::vector<uint8_t> bytes = io::encode(picture, outputFormat(output), encodeOptions);
         stopIfInterrupted();
-        io::writeFile(options.output, bytes, options.force ? io::Existing::Replace : io::Existing::Keep);
+        io::writeFile(output, bytes, options.force ? io::Existing::Replace : io::Existing::Keep);
     } catch (const io::Error &error) {
         throw Failure(ExitCode::Output, error.what());
     }
@@ -77,13 +99,17 @@ void writeOutput(const io::Picture &picture, io::Format format, const ApplyOptio
 void runApply(std::span<const std::string> words, const ApplyOptions &options)
 {
     const Chain chain = parseChain(words, catalogue::effects());
-    const io::Format format = outputFormat(options.output);
-    checkOutput(options.output, options.force);
+    if (options.output.empty())
+        throw Failure(ExitCode::Usage, "no output is given: -o FILE");
+    checkOutputs(outputsOf(chain, options), options.force);
     watchInterrupts();
     io::Picture picture = readInput(chain.input);
-    Runner(picture, chain.input.string(), options.run).run(chain.steps);
-    fitToFormat(picture, format, options);
-    writeOutput(picture, format, options);
+    Runner runner(picture, chain.input.string(), options.run);
+    runner.run(chain.steps);
+    fitToFormat(picture, options.output, options);
+    writeOutput(picture, options.output, options);
+    for (const NamedPicture &made : runner.made())
+        writeOutput(made.picture, made.file, options);
 }
 
 } // namespace velmont::cli

@@ -33,9 +33,28 @@ bool looksLikeFile(std::string_view word)
     return word.find_first_of("./\\") != std::string_view::npos;
 }
 
+/// The names that may stand before a "=".
+std::vector<std::string_view> wordsOf(const catalogue::Effect &effect)
+{
+    std::vector<std::string_view> names = namesOf(effect.fields);
+    for (const catalogue::Operand &operand : effect.operands)
+        names.push_back(operand.name);
+    return names;
+}
+
 std::string fieldsOf(const catalogue::Effect &effect)
 {
-    return effect.fields.empty() ? "; it takes none" : concat("; it takes ", joined(namesOf(effect.fields)));
+    const auto names = wordsOf(effect);
+    return names.empty() ? "; it takes none" : concat("; it takes ", joined(names));
+}
+
+/// Refuses a step that lacks a picture which its effect reads.
+void requireOperands(const Step &step)
+{
+    for (const catalogue::Operand &operand : step.effect->operands)
+        if (!operand.isResult &&
+            std::ranges::find(step.operands, &operand, &OperandFile::operand) == step.operands.end())
+            refuse(step.effect->name, " needs ", operand.name, "=FILE: ", operand.help);
 }
 
 /// Reads the words one after the other.
@@ -48,7 +67,7 @@ public:
         if (effectIsNext_)
             takeEffect(word);
         else if (word == kThen)
-            effectIsNext_ = true;
+            endStep();
         else if (looksLikeField(word))
             takeField(word);
         else
@@ -63,10 +82,17 @@ public:
             refuse("\"then\" at the end needs an effect after it");
         if (chain_.input.empty())
             refuse("no image is given");
+        endStep();
         return std::move(chain_);
     }
 
 private:
+    void endStep()
+    {
+        requireOperands(chain_.steps.back());
+        effectIsNext_ = true;
+    }
+
     void takeEffect(const std::string &word)
     {
         if (word == kThen || looksLikeField(word))
@@ -82,11 +108,20 @@ private:
         Step &step = chain_.steps.back();
         const std::string_view name = word.substr(0, word.find('='));
         const std::string_view value = word.substr(name.size() + 1);
-        const catalogue::Field &field = requireField(*step.effect, name);
         if (std::ranges::find(fieldsGiven_, name) != fieldsGiven_.end())
             refuse(step.effect->name, ": ", name, " is given twice");
         fieldsGiven_.emplace_back(name);
+        if (const catalogue::Operand *const operand = catalogue::findOperand(*step.effect, name))
+            return takeFile(step, *operand, value);
+        const catalogue::Field &field = requireField(*step.effect, name);
         storeValue(step.record.bytes.data(), *step.effect, field, value);
+    }
+
+    static void takeFile(Step &step, const catalogue::Operand &operand, std::string_view file)
+    {
+        if (file.empty())
+            refuse(step.effect->name, ": ", operand.name, "= needs the name of a file");
+        step.operands.push_back({&operand, file});
     }
 
     void takeInput(const std::string &word)
@@ -109,7 +144,7 @@ private:
         const auto field = std::ranges::find(effect.fields, name, &catalogue::Field::name);
         if (field != effect.fields.end())
             return *field;
-        const std::string near = didYouMean(name, namesOf(effect.fields));
+        const std::string near = didYouMean(name, wordsOf(effect));
         refuse(effect.name, ": there is no field ", inQuotes(name), near.empty() ? fieldsOf(effect) : near);
     }
 

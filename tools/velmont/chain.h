@@ -4,8 +4,8 @@
 /// The words of `velmont apply`: effects with their fields, joined by `then`, and one image.
 ///
 ///     chain  = effect, { word }, { "then", effect, { word } }
-///     word   = name "=" value          a field of the effect before it; name is a letter, then letters and
-///     digits
+///     word   = name "=" value          a field of the effect before it, or a picture beside the image, of
+///                                      which the value is the file; name is a letter, then letters and digits
 ///            | anything else           the image, once
 ///
 /// An image whose own name looks like a field, or is `then`, can be given with a folder: ./name.
@@ -19,10 +19,17 @@
 
 namespace velmont::cli {
 
+/// A file given for a picture beside the image.
+struct OperandFile {
+    const catalogue::Operand *operand;
+    std::filesystem::path file;
+};
+
 /// One effect to run, with its parameters.
 struct Step {
     const catalogue::Effect *effect;
     catalogue::Record record;
+    std::vector<OperandFile> operands = {}; ///< all that the effect reads, and those of its making to be kept
 };
 
 /// Effects in the order in which they run, and the image that they start from.

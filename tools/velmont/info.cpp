@@ -28,6 +28,17 @@ std::string fieldsText(const Effect &effect)
     return text;
 }
 
+std::string operandsText(const Effect &effect)
+{
+    if (effect.operands.empty())
+        return {};
+    std::string text = "\npictures beside the image\n";
+    for (const catalogue::Operand &operand : effect.operands)
+        text += concat("  ", operand.name, "=FILE  ", operand.help, operand.isResult ? "; written" : "; read",
+                       ": ", catalogue::kindName(operand.kind), "\n");
+    return text;
+}
+
 /// With every field at its default. The quotes keep a shell from reading a colour.
 std::string exampleText(const Effect &effect)
 {
@@ -36,6 +47,8 @@ std::string exampleText(const Effect &effect)
         const std::string word = concat(field.name, "=", formatValue(field, field.defaultValue));
         command += word.find('#') == std::string::npos ? concat(" ", word) : concat(" '", word, "'");
     }
+    for (const catalogue::Operand &operand : effect.operands)
+        command += concat(" ", operand.name, "=", operand.name, ".png");
     return concat(command, " photo.png -o result.png");
 }
 
@@ -50,7 +63,7 @@ std::string infoText(const Effect &effect)
                   "code     ", code, "\n",                                         //
                   "depths   ", catalogue::depthNames(effect.depths), "\n",         //
                   "random   ", effect.random ? "yes, draws random numbers" : "no", //
-                  "\n\nfields\n", fieldsText(effect),                              //
+                  "\n\nfields\n", fieldsText(effect), operandsText(effect),        //
                   "\nexample\n  ", exampleText(effect), "\n");
 }
 

@@ -62,6 +62,18 @@ Json fieldsOf(const Effect &effect)
     return fields;
 }
 
+Json operandsOf(const Effect &effect)
+{
+    Json operands = Json::array();
+    for (const catalogue::Operand &operand : effect.operands) {
+        operands.push_back({{"name", operand.name},
+                            {"kind", catalogue::kindName(operand.kind)},
+                            {"result", operand.isResult},
+                            {"help", operand.help}});
+    }
+    return operands;
+}
+
 Json depthsOf(const Effect &effect)
 {
     Json depths = Json::array();
@@ -117,6 +129,7 @@ std::string listJson()
                         {"help", effect.help},
                         {"record", effect.recordName},
                         {"fields", fieldsOf(effect)},
+                        {"operands", operandsOf(effect)},
                         {"depths", depthsOf(effect)},
                         {"random", effect.random}});
     }

@@ -4,6 +4,8 @@
 #include "interrupt.h"
 #include "notes.h"
 #include "text.h"
+#include <algorithm>
+#include <iterator>
 #include <utility>
 #include <velmont/dib.h>
 
@@ -78,11 +80,13 @@ void Runner::makeAcceptable(const Effect &effect, unsigned depth)
 void Runner::call(const Step &step, const std::string &title)
 {
     stopIfInterrupted();
-    progress_.begin(title);
     const auto size = sizeOf(picture_.dib.get());
     catalogue::Record record = step.record;
+    StepOperands operands(step, record, picture_.dib.get(), subject());
+    progress_.begin(title);
     void *const result = catalogue::apply(*step.effect, picture_.dib.get(), record);
     progress_.clear();
+    std::ranges::move(operands.takeMade(), std::back_inserter(made_));
     if (result)
         replaceDib(result);
     stopIfInterrupted();

@@ -5,6 +5,7 @@
 
 #include "chain.h"
 #include "io/picture.h"
+#include "operand_files.h"
 #include "progress.h"
 #include <cstddef>
 #include <string>
@@ -29,6 +30,9 @@ public:
     /// pixels is dropped and that is said.
     void run(const std::vector<Step> &steps);
 
+    /// What the effects made besides and a file was named for.
+    const std::vector<NamedPicture> &made() const { return made_; }
+
 private:
     void runStep(const Step &step);
     void makeAcceptable(const catalogue::Effect &effect, unsigned depth);
@@ -43,6 +47,7 @@ private:
     std::string name_;
     RunOptions options_;
     Progress progress_;
+    std::vector<NamedPicture> made_;
     std::string lastEffect_;
     std::string position_; ///< "2/3 " in front of an effect's name, when there are several
 };

@@ -1,0 +1,66 @@
+#include "catalogue/fitted_operands.h"
+#include <algorithm>
+#include <cstdint>
+#include <velmont/dib.h>
+#include <velmont/memory.h>
+
+namespace velmont::catalogue {
+
+namespace {
+
+/// How far a disc that fills a frame covers a pixel, 0 to 255.
+uint8_t coverage(int x, int y, int width, int height)
+{
+    const double across = (2.0 * x + 1 - width) / width, along = (2.0 * y + 1 - height) / height;
+    return static_cast<uint8_t>(std::clamp((1 - across * across - along * along) * 510, 0.0, 255.0));
+}
+
+void drawRow(uint8_t *row, OperandKind kind, int y, int width, int height)
+{
+    for (int x = 0; x < width; ++x) {
+        const uint8_t covered = coverage(x, y, width, height);
+        if (kind == OperandKind::AlphaMask)
+            row[x] = covered;
+        else if (covered > 127)
+            row[x / 8] = static_cast<uint8_t>(row[x / 8] | 0x80 >> x % 8);
+    }
+}
+
+void *disc(OperandKind kind, int width, int height)
+{
+    const bool isAlpha = kind == OperandKind::AlphaMask;
+    const int bits = isAlpha ? 8 : 1;
+    void *const mask = CreateDib(width, height, bits, 0, 0);
+    auto *row = static_cast<uint8_t *>(KelMemLock(mask));
+    if (!row)
+        return mask;
+    row += sizeof(DibHeader) + sizeof(DibColor) * (isAlpha ? 256 : 2);
+    const std::size_t stride =
+        (static_cast<std::size_t>(width) * static_cast<std::size_t>(bits) + 31) / 32 * 4;
+    for (int y = 0; y < height; ++y, row += stride)
+        drawRow(row, kind, y, width, height);
+    KelMemUnlock(mask);
+    return mask;
+}
+
+} // namespace
+
+FittedOperands::FittedOperands(const Effect &effect, Record &record, void *dib)
+    : effect_(effect), record_(record)
+{
+    int width = 1, height = 1;
+    if (!effect.operands.empty() && depthOf(dib) != 0)
+        GetDibSize(dib, &width, &height);
+    for (const Operand &operand : effect.operands)
+        if (!operand.isResult)
+            operand.handle(record.bytes.data()) = disc(operand.kind, width, height);
+}
+
+FittedOperands::~FittedOperands()
+{
+    for (const Operand &operand : effect_.operands)
+        if (void *&handle = operand.handle(record_.bytes.data()))
+            KelMemFree(handle), handle = nullptr;
+}
+
+} // namespace velmont::catalogue

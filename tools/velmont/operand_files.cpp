@@ -1,0 +1,94 @@
+#include "operand_files.h"
+#include "exit_codes.h"
+#include "text.h"
+#include <new>
+#include <utility>
+#include <velmont/velmont.h>
+
+namespace velmont::cli {
+
+namespace {
+
+using catalogue::OperandKind;
+
+/// What is brighter than the middle is selected.
+constexpr int kSelectedAbove = 127;
+
+struct Size {
+    int width = 0, height = 0;
+    bool operator==(const Size &) const = default;
+};
+
+Size sizeOf(void *dib)
+{
+    Size size;
+    GetDibSize(dib, &size.width, &size.height);
+    return size;
+}
+
+std::string sizeText(Size size)
+{
+    return concat(std::to_string(size.width), " x ", std::to_string(size.height));
+}
+
+io::DibHandle required(void *handle)
+{
+    if (!handle)
+        throw std::bad_alloc();
+    return io::DibHandle(handle);
+}
+
+/// Brings a picture to the form of a mask: its brightness tells what is selected.
+io::DibHandle toMask(io::DibHandle dib, OperandKind kind)
+{
+    const unsigned depth = catalogue::depthOf(dib.get());
+    if (depth != catalogue::Depth8Gray)
+        dib = required(ProcessConvertToGrayScale(dib.get()));
+    return kind == OperandKind::BitMask ? required(ProcessConvertFrom8To1(dib.get(), kSelectedAbove))
+                                        : std::move(dib);
+}
+
+io::DibHandle readMask(const OperandFile &given, void *dib, const std::string &subject)
+{
+    io::Picture picture;
+    try {
+        picture = io::readPicture(given.file);
+    } catch (const io::Error &error) {
+        throw Failure(ExitCode::Input, error.what());
+    }
+    const Size size = sizeOf(picture.dib.get()), wanted = sizeOf(dib);
+    if (given.operand->kind == OperandKind::AlphaMask && size != wanted)
+        throw Failure(ExitCode::Input,
+                      concat(given.file.string(), ": the mask is ", sizeText(size), " and ", subject, " is ",
+                             sizeText(wanted), "; they have to be of one size"));
+    return toMask(std::move(picture.dib), given.operand->kind);
+}
+
+} // namespace
+
+StepOperands::StepOperands(const Step &step, catalogue::Record &record, void *dib, const std::string &subject)
+    : step_(step), record_(record)
+{
+    for (const OperandFile &given : step.operands) {
+        if (given.operand->isResult)
+            continue;
+        read_.push_back(readMask(given, dib, subject));
+        given.operand->handle(record.bytes.data()) = read_.back().get();
+    }
+}
+
+std::vector<NamedPicture> StepOperands::takeMade()
+{
+    std::vector<NamedPicture> made;
+    for (const catalogue::Operand &operand : step_.effect->operands) {
+        if (!operand.isResult)
+            continue;
+        io::DibHandle dib(std::exchange(operand.handle(record_.bytes.data()), nullptr));
+        for (const OperandFile &given : step_.operands)
+            if (given.operand == &operand && dib)
+                made.push_back({given.file, {std::move(dib), {}}});
+    }
+    return made;
+}
+
+} // namespace velmont::cli
