@@ -72,6 +72,22 @@ constexpr std::array kMedianFields{
 };
 static_assert(coverRecord<tagParamMedian>(kMedianFields));
 
+constexpr std::array kMosaicFields{
+    field<&tagParamMosaic::cellWidth>({.name = "cellWidth",
+                                       .unit = "pixels",
+                                       .minimum = 1,
+                                       .maximum = 1000,
+                                       .defaultValue = 16,
+                                       .help = "width of a tile"}),
+    field<&tagParamMosaic::cellHeight>({.name = "cellHeight",
+                                        .unit = "pixels",
+                                        .minimum = 1,
+                                        .maximum = 1000,
+                                        .defaultValue = 16,
+                                        .help = "height of a tile"}),
+};
+static_assert(coverRecord<tagParamMosaic>(kMosaicFields));
+
 constexpr std::array kDirections{Choice{"lower-right", 1}, Choice{"down", 2},      Choice{"lower-left", 3},
                                  Choice{"right", 4},       Choice{"left", 5},      Choice{"upper-right", 6},
                                  Choice{"up", 7},          Choice{"upper-left", 8}};
@@ -160,6 +176,17 @@ constexpr std::array kEffects{
            .depths = kSampleDepths,
            .random = false,
            .call = callWithRecord<&ProcessMedian, tagParamMedian>},
+    Effect{.name = "mosaic",
+           .exportName = "ProcessMosaic",
+           .code = 52,
+           .family = Family::Filters,
+           .help = "tiles of one colour each",
+           .recordName = "tagParamMosaic",
+           .recordBytes = sizeof(tagParamMosaic),
+           .fields = kMosaicFields,
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callWithRecord<&ProcessMosaic, tagParamMosaic>},
     Effect{.name = "motion-blur",
            .exportName = "ProcessMotionBlur",
            .code = 53,

@@ -82,3 +82,14 @@ struct tagParamMotionBlur {
 /// sample of its line beyond the edge, a diagonal one ends there and is divided by what it has. Depths: 24 bits and
 /// 8 bits gray. Upright rays poll and report by columns; diagonal ones report nothing in their last `distance` rows.
 VELMONT_API void *ProcessMotionBlur(void *dib, tagParamMotionBlur *param);
+
+/// The record of ProcessMosaic.
+struct tagParamMosaic {
+    int32_t cellWidth;  ///< width of a tile in pixels, cut to that of the image; below 1 is refused
+    int32_t cellHeight; ///< height of a tile in pixels, cut to that of the image; below 1 is refused
+};
+
+/// Tiles of one colour each: the mean of the tile, rounded down, each channel by itself. The tiles start at the first
+/// pixel of the first stored row; the last ones of a row and of a column may be smaller. Depths: 24 bits and 8 bits
+/// gray. Polls once for each row of tiles, and reports progress for those that start at a multiple of 16 rows.
+VELMONT_API void *ProcessMosaic(void *dib, tagParamMosaic *param);
