@@ -109,6 +109,16 @@ constexpr std::array kMotionBlurFields{
 };
 static_assert(coverRecord<tagParamMotionBlur>(kMotionBlurFields));
 
+constexpr std::array kOilPaintFields{
+    field<&IntParameter::value>({.name = "radius",
+                                 .unit = "pixels",
+                                 .minimum = 1,
+                                 .maximum = 100,
+                                 .defaultValue = 4,
+                                 .help = "reach of the brush"}),
+};
+static_assert(coverRecord<IntParameter>(kOilPaintFields));
+
 constexpr std::array kEffects{
     Effect{.name = "average",
            .exportName = "ProcessAverage",
@@ -198,6 +208,17 @@ constexpr std::array kEffects{
            .depths = kSampleDepths,
            .random = false,
            .call = callWithRecord<&ProcessMotionBlur, tagParamMotionBlur>},
+    Effect{.name = "oil-paint",
+           .exportName = "ProcessOilPaint",
+           .code = 40,
+           .family = Family::Filters,
+           .help = "strokes of a brush",
+           .recordName = "int",
+           .recordBytes = sizeof(IntParameter),
+           .fields = kOilPaintFields,
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callWithInt<&ProcessOilPaint>},
 };
 
 } // namespace

@@ -93,3 +93,12 @@ struct tagParamMosaic {
 /// pixel of the first stored row; the last ones of a row and of a column may be smaller. Depths: 24 bits and 8 bits
 /// gray. Polls once for each row of tiles, and reports progress for those that start at a multiple of 16 rows.
 VELMONT_API void *ProcessMosaic(void *dib, tagParamMosaic *param);
+
+/// Strokes of a brush: each sample becomes the lowest level of the fullest bin of its window, the samples of which are
+/// counted in 32 bins of eight levels each; of equal bins the lowest wins. So the levels are multiples of eight, from
+/// 0 to 248, and the channels of a pixel are counted apart. What lies outside the image is the nearest sample of it.
+/// Depths: 24 bits and 8 bits gray.
+/// \param radius any number of pixels. The window is 2 * radius + 1 wide with a radius held to 1 to 100, and starts
+///        `radius` pixels before its own, whatever that is: hosts rely on it. So 0 gives a window of three pixels that
+///        starts at its own, and 150 one of 201 that ends 50 pixels behind.
+VELMONT_API void *ProcessOilPaint(void *dib, int radius);

@@ -63,6 +63,7 @@ constexpr std::array kEntries{
     Entry{23, pass<&ProcessSolarization>},
     Entry{24, pass<&ProcessLogarithm>},
     Entry{33, pass<&ProcessAutoEnhance>},
+    Entry{40, pass<&ProcessOilPaint>},
     Entry{52, pass<&ProcessMosaic>},
     Entry{53, pass<&ProcessMotionBlur>},
     Entry{67, pass<&ProcessToneAdjustment>},

@@ -72,6 +72,30 @@ Bytes tiled(const Pieces &source, int cellWidth, int cellHeight)
     });
 }
 
+Effect oilPaint(int radius)
+{
+    return [=](void *dib) { return ProcessOilPaint(dib, radius); };
+}
+
+/// Oil paint, window by window.
+Bytes brushed(const Pieces &source, int radius)
+{
+    const int size = 2 * std::min(std::max(radius, 1), 100) + 1;
+    const auto nearest = [](int64_t place, int count) {
+        return static_cast<int>(place < 0 ? 0 : place >= count ? count - 1 : place);
+    };
+    return painted(source, [&](int x, int y, int channel) {
+        std::array<int, 32> bins{};
+        for (int row = 0; row < size; ++row)
+            for (int column = 0; column < size; ++column)
+                ++bins[static_cast<std::size_t>(
+                    sampleOf(source, nearest(int64_t{x} - radius + column, source.header.biWidth),
+                             nearest(int64_t{y} - radius + row, source.header.biHeight), channel) /
+                    8)];
+        return 8 * (std::max_element(bins.begin(), bins.end()) - bins.begin()); // the first of equal ones
+    });
+}
+
 class Mosaic : public ::testing::Test {
 protected:
     NothingLost check_;
@@ -205,6 +229,154 @@ TEST_F(Mosaic, ByCode)
                            return EnhanceAndEffects(dib, 52, reinterpret_cast<long>(&record));
                        }),
               tiled(image, 6, 5));
+}
+
+class OilPaint : public ::testing::Test {
+protected:
+    NothingLost check_;
+    Restore restore_;
+};
+
+TEST_F(OilPaint, Refusals)
+{
+    EXPECT_EQ(eventsOfRefusal(nullptr, oilPaint(4)), Events{});
+    for (const Pieces &other : {paletted(5, 4, 8, 256), paletted(5, 4, 8, 9), paletted(5, 4, 4, 16),
+                                paletted(5, 4, 1, 2), paletted(5, 4, 16, 0), paletted(5, 4, 32, 0)})
+        for (const int radius : {4, 0, -1, INT32_MIN, INT32_MAX})
+            EXPECT_EQ(eventsOfRefusal(other.handle(), oilPaint(radius)), Events{});
+    expectLiesRefused(oilPaint(4));
+    const Handle image = gray(5, 4).handle();
+    EXPECT_EQ(EnhanceAndEffects(image, 40, 0), nullptr);
+}
+
+TEST_F(OilPaint, ByHand)
+{
+    // Windows of three rows that are alike: the fullest bin of three columns, the edge counted twice.
+    const Bytes row{0, 7, 8, 100, 103, 255, 250, 9};
+    EXPECT_EQ(resultOf(levels({row, row, row}), oilPaint(1)),
+              levels(std::vector<Bytes>(3, Bytes{0, 0, 0, 96, 96, 248, 248, 8})).bytes());
+    // The window of radius 0 starts at its pixel, and looks at the rows behind it.
+    EXPECT_EQ(resultOf(levels({{0, 8, 8, 16, 24}}), oilPaint(0)), levels({{8, 8, 8, 24, 24}}).bytes());
+    EXPECT_EQ(resultOf(levels({{0}, {8}, {8}, {16}, {24}}), oilPaint(0)),
+              levels({{8}, {8}, {8}, {24}, {24}}).bytes());
+    // That of radius -1 starts behind it, and one far away sees an edge alone.
+    EXPECT_EQ(resultOf(levels({{0, 8, 8, 16, 24}}), oilPaint(-1)), levels({{8, 8, 24, 24, 24}}).bytes());
+    EXPECT_EQ(resultOf(levels({{17, 8, 99}}), oilPaint(INT32_MAX)), levels({{16, 16, 16}}).bytes());
+    EXPECT_EQ(resultOf(levels({{17, 8, 99}}), oilPaint(INT32_MIN)), levels({{96, 96, 96}}).bytes());
+    // Channels are counted apart.
+    EXPECT_EQ(resultOf(pixelRow({80, 1, 255, 81, 2, 9, 3, 90, 254}), oilPaint(1)),
+              pixelRow({80, 0, 248, 80, 0, 248, 0, 88, 248}).bytes());
+}
+
+TEST_F(OilPaint, FlatImages)
+{
+    for (Pieces image : {gray(11, 9), trueColor(11, 9)})
+        for (const int level : {0, 7, 8, 100, 248, 255}) {
+            std::fill(image.rows.begin(), image.rows.end(), static_cast<uint8_t>(level));
+            const Bytes expected = painted(image, [&](int, int, int) { return level / 8 * 8; });
+            for (const CpuLevel cpu : cpuLevels()) {
+                limitCpuLevel(cpu);
+                for (const int radius : {INT32_MIN, -5, 0, 1, 4, 7, 8, 30, 100, 101, 150, INT32_MAX})
+                    EXPECT_EQ(resultOf(image, oilPaint(radius)), expected) << level << ", " << radius;
+            }
+        }
+}
+
+TEST_F(OilPaint, OfEqualBinsTheDarker)
+{
+    for (int dark = 0; dark < 31; ++dark)
+        for (int light = dark + 1; light < 32; ++light) {
+            const auto low = static_cast<uint8_t>(8 * dark), high = static_cast<uint8_t>(8 * light + 7);
+            // The window in the middle has as many columns of both levels, and one of a third.
+            for (const int radius : {4, 10}) {
+                const auto side = static_cast<std::size_t>(radius);
+                Bytes row(side, high);
+                row.push_back(static_cast<uint8_t>(8 * ((light + 1) % 32)));
+                if (row.back() / 8 == dark)
+                    continue; // no third level
+                row.insert(row.end(), side, low);
+                const Pieces image = levels({row});
+                for (const CpuLevel cpu : cpuLevels()) {
+                    limitCpuLevel(cpu);
+                    EXPECT_EQ(resultOf(image, oilPaint(radius))[1064 + side], low / 8 * 8)
+                        << dark << ", " << light << ", " << radius;
+                }
+            }
+        }
+}
+
+TEST_F(OilPaint, EveryMeasureAsThePlainLoop)
+{
+    int next = 0;
+    constexpr std::array kRadii{1, 2, 3, 4, 7, 8, 0, -2, 5};
+    for (int width = 1; width <= 40; ++width)
+        for (int height = 1; height <= 18; ++height) {
+            const int radius = kRadii[static_cast<std::size_t>(next++) % kRadii.size()];
+            for (const Pieces &image : {gray(width, height), trueColor(width, height)}) {
+                if (image.header.biBitCount == 24 && (width + height) % 3 != 0)
+                    continue;
+                const Bytes expected = brushed(image, radius);
+                for (const CpuLevel cpu : cpuLevels()) {
+                    limitCpuLevel(cpu);
+                    ASSERT_EQ(resultOf(image, oilPaint(radius)), expected)
+                        << width << " x " << height << ", radius " << radius;
+                }
+            }
+        }
+}
+
+TEST_F(OilPaint, EveryPlaceOfTheWindow)
+{
+    for (const Pieces &image : {gray(21, 11), trueColor(9, 5)})
+        for (const int radius : {INT32_MIN, INT32_MIN + 1,
+                                 -300,      -30,
+                                 -12,       -3,
+                                 -1,        0,
+                                 1,         6,
+                                 9,         14,
+                                 40,        90,
+                                 100,       101,
+                                 105,       115,
+                                 150,       220,
+                                 300,       INT32_MAX - 1,
+                                 INT32_MAX}) {
+            const Bytes expected = brushed(image, radius);
+            for (const CpuLevel cpu : cpuLevels()) {
+                limitCpuLevel(cpu);
+                EXPECT_EQ(resultOf(image, oilPaint(radius)), expected) << radius;
+            }
+        }
+}
+
+TEST_F(OilPaint, Events)
+{
+    for (const Pieces &image : {gray(9, 35), trueColor(9, 35)})
+        EXPECT_EQ(eventsOf(image, oilPaint(3)), joined({{"wait", "poll"}, rowEvents(35), {"100%", "arrow"}}));
+}
+
+TEST_F(OilPaint, AbortsAndFailures)
+{
+    for (const Pieces &image : {gray(19, 18), trueColor(19, 18)})
+        for (const int radius : {2, 9}) {
+            expectAborts(image, oilPaint(radius), 1);
+            expectFailuresSurvived(image, oilPaint(radius));
+        }
+    const Handle image = gray(19, 18).handle();
+    for (const int allocation : {1, 2}) {
+        memory_hooks::failAllocation(allocation);
+        EXPECT_EQ(eventsOfRefusal(image, oilPaint(4)), (Events{"wait", "arrow"})) << allocation;
+    }
+}
+
+TEST_F(OilPaint, ByCode)
+{
+    const Pieces image = trueColor(13, 9);
+    EXPECT_EQ(resultOf(image,
+                       [](void *dib) {
+                           int32_t radius = 2;
+                           return EnhanceAndEffects(dib, 40, reinterpret_cast<long>(&radius));
+                       }),
+              brushed(image, 2));
 }
 
 } // namespace
