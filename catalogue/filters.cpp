@@ -119,6 +119,38 @@ constexpr std::array kOilPaintFields{
 };
 static_assert(coverRecord<IntParameter>(kOilPaintFields));
 
+constexpr std::array kSmartBlurModes{Choice{"smooth", 1}, Choice{"edges", 2}, Choice{"edges-over-smooth", 3}};
+
+constexpr std::array kSmartBlurFields{
+    field<&tagSmartBlurParam::threshold>({.name = "threshold",
+                                          .unit = "",
+                                          .minimum = 0,
+                                          .maximum = 1000,
+                                          .defaultValue = 200,
+                                          .help = "how much of an edge is smoothed over"}),
+    field<&tagSmartBlurParam::radius>(
+        {.name = "radius",
+         .unit = "",
+         .minimum = 0,
+         .maximum = 1000,
+         .defaultValue = 100,
+         .help = "how far means reach, and the share of the edges that is shown"}),
+    field<&tagSmartBlurParam::mode>({.name = "mode",
+                                     .unit = "",
+                                     .minimum = 1,
+                                     .maximum = 3,
+                                     .defaultValue = 1,
+                                     .help = "what to show",
+                                     .choices = kSmartBlurModes}),
+    field<&tagSmartBlurParam::step>({.name = "step",
+                                     .unit = "pixels",
+                                     .minimum = 1,
+                                     .maximum = 32,
+                                     .defaultValue = 1,
+                                     .help = "from one sample of a row to the next"}),
+};
+static_assert(coverRecord<tagSmartBlurParam>(kSmartBlurFields));
+
 constexpr std::array kEffects{
     Effect{.name = "average",
            .exportName = "ProcessAverage",
@@ -219,6 +251,21 @@ constexpr std::array kEffects{
            .depths = kSampleDepths,
            .random = false,
            .call = callWithInt<&ProcessOilPaint>},
+    Effect{.name = "smart-blur",
+           .exportName = "ProcessSmartBlur",
+           .code = 4709,
+           .family = Family::Filters,
+           .help = "smooths and keeps edges",
+           .recordName = "tagSmartBlurParam",
+           .recordBytes = sizeof(tagSmartBlurParam),
+           .fields = kSmartBlurFields,
+           .depths = Depth24,
+           .random = false,
+           .call = callWithRecord<&ProcessSmartBlur, tagSmartBlurParam>,
+           .locksLeft = 1,
+           .locksOnResult = 1,
+           .smallestSide = 9,
+           .definesPadding = false},
 };
 
 } // namespace

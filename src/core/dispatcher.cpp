@@ -75,6 +75,7 @@ constexpr std::array kEntries{
     Entry{4303, pass<&ProcessWarm>},
     Entry{4304, pass<&ProcessCool>},
     Entry{4305, pass<&ProcessSepia>},
+    Entry{4709, pass<&ProcessSmartBlur>},
     Entry{4718, pass<&ProcessColorTone>},
     Entry{4719, pass<&ProcessAutoLevel>},
 };
