@@ -72,6 +72,22 @@ constexpr std::array kMedianFields{
 };
 static_assert(coverRecord<tagParamMedian>(kMedianFields));
 
+constexpr std::array kMosaicFields{
+    field<&tagParamMosaic::cellWidth>({.name = "cellWidth",
+                                       .unit = "pixels",
+                                       .minimum = 1,
+                                       .maximum = 1000,
+                                       .defaultValue = 16,
+                                       .help = "width of a tile"}),
+    field<&tagParamMosaic::cellHeight>({.name = "cellHeight",
+                                        .unit = "pixels",
+                                        .minimum = 1,
+                                        .maximum = 1000,
+                                        .defaultValue = 16,
+                                        .help = "height of a tile"}),
+};
+static_assert(coverRecord<tagParamMosaic>(kMosaicFields));
+
 constexpr std::array kDirections{Choice{"lower-right", 1}, Choice{"down", 2},      Choice{"lower-left", 3},
                                  Choice{"right", 4},       Choice{"left", 5},      Choice{"upper-right", 6},
                                  Choice{"up", 7},          Choice{"upper-left", 8}};
@@ -92,6 +108,48 @@ constexpr std::array kMotionBlurFields{
                                           .help = "length of the trail"}),
 };
 static_assert(coverRecord<tagParamMotionBlur>(kMotionBlurFields));
+
+constexpr std::array kOilPaintFields{
+    field<&IntParameter::value>({.name = "radius",
+                                 .unit = "pixels",
+                                 .minimum = 1,
+                                 .maximum = 100,
+                                 .defaultValue = 4,
+                                 .help = "reach of the brush"}),
+};
+static_assert(coverRecord<IntParameter>(kOilPaintFields));
+
+constexpr std::array kSmartBlurModes{Choice{"smooth", 1}, Choice{"edges", 2}, Choice{"edges-over-smooth", 3}};
+
+constexpr std::array kSmartBlurFields{
+    field<&tagSmartBlurParam::threshold>({.name = "threshold",
+                                          .unit = "",
+                                          .minimum = 0,
+                                          .maximum = 1000,
+                                          .defaultValue = 200,
+                                          .help = "how much of an edge is smoothed over"}),
+    field<&tagSmartBlurParam::radius>(
+        {.name = "radius",
+         .unit = "",
+         .minimum = 0,
+         .maximum = 1000,
+         .defaultValue = 100,
+         .help = "how far means reach, and the share of the edges that is shown"}),
+    field<&tagSmartBlurParam::mode>({.name = "mode",
+                                     .unit = "",
+                                     .minimum = 1,
+                                     .maximum = 3,
+                                     .defaultValue = 1,
+                                     .help = "what to show",
+                                     .choices = kSmartBlurModes}),
+    field<&tagSmartBlurParam::step>({.name = "step",
+                                     .unit = "pixels",
+                                     .minimum = 1,
+                                     .maximum = 32,
+                                     .defaultValue = 1,
+                                     .help = "from one sample of a row to the next"}),
+};
+static_assert(coverRecord<tagSmartBlurParam>(kSmartBlurFields));
 
 constexpr std::array kEffects{
     Effect{.name = "average",
@@ -160,6 +218,17 @@ constexpr std::array kEffects{
            .depths = kSampleDepths,
            .random = false,
            .call = callWithRecord<&ProcessMedian, tagParamMedian>},
+    Effect{.name = "mosaic",
+           .exportName = "ProcessMosaic",
+           .code = 52,
+           .family = Family::Filters,
+           .help = "tiles of one colour each",
+           .recordName = "tagParamMosaic",
+           .recordBytes = sizeof(tagParamMosaic),
+           .fields = kMosaicFields,
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callWithRecord<&ProcessMosaic, tagParamMosaic>},
     Effect{.name = "motion-blur",
            .exportName = "ProcessMotionBlur",
            .code = 53,
@@ -171,6 +240,32 @@ constexpr std::array kEffects{
            .depths = kSampleDepths,
            .random = false,
            .call = callWithRecord<&ProcessMotionBlur, tagParamMotionBlur>},
+    Effect{.name = "oil-paint",
+           .exportName = "ProcessOilPaint",
+           .code = 40,
+           .family = Family::Filters,
+           .help = "strokes of a brush",
+           .recordName = "int",
+           .recordBytes = sizeof(IntParameter),
+           .fields = kOilPaintFields,
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callWithInt<&ProcessOilPaint>},
+    Effect{.name = "smart-blur",
+           .exportName = "ProcessSmartBlur",
+           .code = 4709,
+           .family = Family::Filters,
+           .help = "smooths and keeps edges",
+           .recordName = "tagSmartBlurParam",
+           .recordBytes = sizeof(tagSmartBlurParam),
+           .fields = kSmartBlurFields,
+           .depths = Depth24,
+           .random = false,
+           .call = callWithRecord<&ProcessSmartBlur, tagSmartBlurParam>,
+           .locksLeft = 1,
+           .locksOnResult = 1,
+           .smallestSide = 9,
+           .definesPadding = false},
 };
 
 } // namespace

@@ -82,3 +82,44 @@ struct tagParamMotionBlur {
 /// sample of its line beyond the edge, a diagonal one ends there and is divided by what it has. Depths: 24 bits and
 /// 8 bits gray. Upright rays poll and report by columns; diagonal ones report nothing in their last `distance` rows.
 VELMONT_API void *ProcessMotionBlur(void *dib, tagParamMotionBlur *param);
+
+/// The record of ProcessMosaic.
+struct tagParamMosaic {
+    int32_t cellWidth;  ///< width of a tile in pixels, cut to that of the image; below 1 is refused
+    int32_t cellHeight; ///< height of a tile in pixels, cut to that of the image; below 1 is refused
+};
+
+/// Tiles of one colour each: the mean of the tile, rounded down, each channel by itself. The tiles start at the first
+/// pixel of the first stored row; the last ones of a row and of a column may be smaller. Depths: 24 bits and 8 bits
+/// gray. Polls once for each row of tiles, and reports progress for those that start at a multiple of 16 rows.
+VELMONT_API void *ProcessMosaic(void *dib, tagParamMosaic *param);
+
+/// Strokes of a brush: each sample becomes the lowest level of the fullest bin of its window, the samples of which are
+/// counted in 32 bins of eight levels each; of equal bins the lowest wins. So the levels are multiples of eight, from
+/// 0 to 248, and the channels of a pixel are counted apart. What lies outside the image is the nearest sample of it.
+/// Depths: 24 bits and 8 bits gray.
+/// \param radius any number of pixels. The window is 2 * radius + 1 wide with a radius held to 1 to 100, and starts
+///        `radius` pixels before its own, whatever that is: hosts rely on it. So 0 gives a window of three pixels that
+///        starts at its own, and 150 one of 201 that ends 50 pixels behind.
+VELMONT_API void *ProcessOilPaint(void *dib, int radius);
+
+/// The record of ProcessSmartBlur. Every value of each field is accepted.
+struct tagSmartBlurParam {
+    float threshold; ///< how much of an edge is smoothed over, most at 1000 and less beyond; useful from 0
+    /// How far the means reach, most at 1000 (12.5 pixels) and less beyond, and how many of the edges are shown: all
+    /// but those of the share radius / 1000 of them that are strongest are left out; useful from 0.
+    float radius;
+    int32_t mode; ///< 1 smooths, 2 shows the edges in white on black, 3 in white over the smoothed image
+    int32_t
+        step; ///< samples of a row from one to the next that a mean takes, at least 1; below, nothing is smoothed
+};
+
+/// Smooths an image and keeps its edges. Gray is a tenth of blue, six of green and three of red, each rounded down.
+/// Far from edges a pixel's gray moves to the mean of a box that has no edge in it, near edges to that of neighbours
+/// like it; all three channels move by the same amount. Depths: 24 bits. There are no polls and no progress. Hosts
+/// rely on these departures from other effects:
+/// - The result and the image keep a lock each; do not depend on the number of locks afterwards.
+/// - The padding of the result's rows is undefined, and in any other mode than 1, 2 and 3 its pixels are.
+/// - An image smaller in one direction than the working radius and two pixels more gives 0, but the wait cursor
+///   stays, the image keeps a lock, and the block that was taken for the result is lost.
+VELMONT_API void *ProcessSmartBlur(void *dib, tagSmartBlurParam *param);

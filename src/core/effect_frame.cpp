@@ -37,7 +37,7 @@ bool EffectFrame::allocate(const ResultPlan &plan)
     if (steps_.waitCursor)
         showWaitCursor();
     const std::size_t bytes = std::max(plan.layout.totalBytes(), plan.minimumBytes);
-    resultHandle_ = allocateBlock(KEL_MEM_MOVEABLE | KEL_MEM_ZERO, bytes, plan.contents);
+    resultHandle_ = allocateBlock(plan.flags, bytes, plan.contents);
     if (resultHandle_)
         resultLock_.emplace(resultHandle_);
     if (!resultHandle_ || !resultLock_->bytes()) {
@@ -109,6 +109,25 @@ void *EffectFrame::finish()
     if (steps_.arrowCursor)
         showArrowCursor();
     return aborted_ ? nullptr : handle;
+}
+
+void *EffectFrame::finishLocked()
+{
+    keepLocks();
+    return finish();
+}
+
+void *EffectFrame::abandon()
+{
+    keepLocks();
+    resultHandle_ = nullptr;
+    return nullptr;
+}
+
+void EffectFrame::keepLocks()
+{
+    sourceLock_.keep();
+    resultLock_->keep();
 }
 
 } // namespace velmont

@@ -32,6 +32,8 @@ struct ResultPlan {
     std::size_t minimumBytes = 0;
     /// Bytes of header to copy; 0 stands for the source's biSize.
     std::size_t headerBytes = 0;
+    /// What the block is asked for with.
+    unsigned flags = KEL_MEM_MOVEABLE | KEL_MEM_ZERO;
 };
 
 class EffectFrame {
@@ -105,8 +107,15 @@ public:
     /// cursor.
     /// \return the result's handle, or null after an abort.
     void *finish();
+    /// The same, but for an effect whose hosts rely on a lock that stays on each of both blocks.
+    void *finishLocked();
+    /// Leaves everything as it stands, for an effect whose hosts rely on that: the cursor, a lock on the source, and
+    /// the result's block, which nobody frees.
+    /// \return null.
+    void *abandon();
 
 private:
+    void keepLocks();
     FrameSteps steps_;
     void *sourceHandle_;
     BlockLock sourceLock_;

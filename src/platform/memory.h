@@ -37,6 +37,8 @@ public:
             KelMemUnlock(handle_);
         bytes_ = nullptr;
     }
+    /// Leaves the lock on the block, for good.
+    void keep() { bytes_ = nullptr; }
 
 private:
     void *handle_;

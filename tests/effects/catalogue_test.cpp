@@ -297,15 +297,15 @@ const Effect *effectOfCode(unsigned code)
     return found != all.end() ? &*found : nullptr;
 }
 
-/// An image that the effect accepts; any for no effect.
+/// An image that the effect accepts, without padding; any for no effect.
 Handle imageFor(const Effect *effect)
 {
     const unsigned depths = effect ? effect->depths : unsigned{DepthAll};
-    return depths & Depth24          ? testing::noiseImage(9, 8, 24, 0)
-           : depths & Depth8Gray     ? testing::grayNoise(9, 8)
-           : depths & Depth8Paletted ? testing::noiseImage(9, 8, 8, 256)
-           : depths & Depth4         ? testing::noiseImage(9, 8, 4, 16)
-                                     : testing::noiseImage(9, 8, 1, 2);
+    return depths & Depth24          ? testing::noiseImage(12, 12, 24, 0)
+           : depths & Depth8Gray     ? testing::grayNoise(12, 12)
+           : depths & Depth8Paletted ? testing::noiseImage(12, 12, 8, 256)
+           : depths & Depth4         ? testing::noiseImage(12, 12, 4, 16)
+                                     : testing::noiseImage(12, 12, 1, 2);
 }
 
 TEST(Catalogue, DispatcherAnswersExactlyTheCataloguesCodes)
