@@ -93,6 +93,51 @@ constexpr std::array kMotionBlurFields{
 };
 static_assert(coverRecord<tagParamMotionBlur>(kMotionBlurFields));
 
+constexpr std::array kCellSizes{Choice{"medium", 1}, Choice{"small", 2}, Choice{"large", 3}};
+constexpr std::array kReliefs{Choice{"deep", 0}, Choice{"medium", 1}, Choice{"shallow", 2}};
+constexpr std::array kGridForms{Choice{"straight", 0}, Choice{"wandering", 1}};
+
+constexpr std::array k3DGridFields{
+    field<&tagParam3DGrid::cellSize>({.name = "cellSize",
+                                      .unit = "",
+                                      .minimum = 1,
+                                      .maximum = 3,
+                                      .defaultValue = 1,
+                                      .help = "cells of 32, 16 or 64 pixels",
+                                      .choices = kCellSizes}),
+    field<&tagParam3DGrid::depth>({.name = "depth",
+                                   .unit = "",
+                                   .minimum = 0,
+                                   .maximum = 2,
+                                   .defaultValue = 1,
+                                   .help = "how far the tiles stand out",
+                                   .choices = kReliefs}),
+    field<&tagParam3DGrid::jitter>({.name = "jitter",
+                                    .unit = "",
+                                    .minimum = 0,
+                                    .maximum = 1,
+                                    .defaultValue = 1,
+                                    .help = "whether the grid wanders",
+                                    .choices = kGridForms}),
+};
+static_assert(coverRecord<tagParam3DGrid>(k3DGridFields));
+
+constexpr std::array kInnerLevelFields{
+    field<&tagParamInnerLevel::marginDivisor>({.name = "marginDivisor",
+                                               .unit = "",
+                                               .minimum = 0,
+                                               .maximum = 1000,
+                                               .defaultValue = 20,
+                                               .help = "width plus height over the margin"}),
+    field<&tagParamInnerLevel::bevelDivisor>({.name = "bevelDivisor",
+                                              .unit = "",
+                                              .minimum = 0,
+                                              .maximum = 1000,
+                                              .defaultValue = 40,
+                                              .help = "width plus height over the bevel's width"}),
+};
+static_assert(coverRecord<tagParamInnerLevel>(kInnerLevelFields));
+
 constexpr std::array kEffects{
     Effect{.name = "average",
            .exportName = "ProcessAverage",
@@ -171,6 +216,29 @@ constexpr std::array kEffects{
            .depths = kSampleDepths,
            .random = false,
            .call = callWithRecord<&ProcessMotionBlur, tagParamMotionBlur>},
+    Effect{.name = "3d-grid",
+           .exportName = "Process3DGrid",
+           .code = 51,
+           .family = Family::Filters,
+           .help = "a grid of raised tiles",
+           .recordName = "tagParam3DGrid",
+           .recordBytes = sizeof(tagParam3DGrid),
+           .fields = k3DGridFields,
+           .depths = kSampleDepths,
+           .random = true,
+           .call = callWithRecord<&Process3DGrid, tagParam3DGrid>},
+    Effect{.name = "inner-level",
+           .exportName = "ProcessInnerLevel",
+           .code = 4703,
+           .family = Family::Filters,
+           .help = "a bevelled frame inside the picture, softened",
+           .recordName = "tagParamInnerLevel",
+           .recordBytes = sizeof(tagParamInnerLevel),
+           .fields = kInnerLevelFields,
+           .depths = Depth8 | Depth24,
+           .random = false,
+           .call = callWithRecord<&ProcessInnerLevel, tagParamInnerLevel>,
+           .otherDepths = Depth1 | Depth4},
 };
 
 } // namespace

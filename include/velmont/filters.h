@@ -82,3 +82,30 @@ struct tagParamMotionBlur {
 /// sample of its line beyond the edge, a diagonal one ends there and is divided by what it has. Depths: 24 bits and
 /// 8 bits gray. Upright rays poll and report by columns; diagonal ones report nothing in their last `distance` rows.
 VELMONT_API void *ProcessMotionBlur(void *dib, tagParamMotionBlur *param);
+
+/// The record of Process3DGrid.
+struct tagParam3DGrid {
+    int32_t cellSize; ///< 1 for cells of 32 pixels, 2 for 16, 3 for 64; others are refused
+    int32_t depth;    ///< 0 to 2, others are refused; edges are lighter and darker by 92, 60 and 28 levels
+    int32_t jitter;   ///< 0 for a straight grid, 1 for one that wanders; others are refused
+};
+
+/// A grid of raised tiles, lit along two edges and dark along the other two. A wandering grid follows two random
+/// walks: it draws rand() once for each column, once there is memory for the result, and then once for each row,
+/// after the row's poll; it does not seed. Depths: 24 bits and 8 bits gray.
+VELMONT_API void *Process3DGrid(void *dib, tagParam3DGrid *param);
+
+/// The record of ProcessInnerLevel. A field that holds 0 is overwritten with 1, also where the handle is refused.
+struct tagParamInnerLevel {
+    int32_t marginDivisor; ///< the margin around the bevel is (width + height) / marginDivisor pixels, any value
+    int32_t bevelDivisor;  ///< the bevel's width is (width + height) / bevelDivisor pixels, any value
+};
+
+/// A bevelled frame inside the picture, with a white mitre in one corner, and then the whole picture through a box
+/// of 7 pixels as ProcessAverage has it. The margin is held to half the smaller side, the bevel to what is left of
+/// it. Depths: 24 bits and all of 8 bits, whose indices are taken for levels.
+///
+/// Hosts rely on the following. An image of another depth is not refused: the result is its bit count instead of a
+/// handle, and one lock stays on it. Each row and column polls and reports, in three thirds. At 24 bits the wait
+/// cursor stays, unless there was no memory. A second block of the result's size is used meanwhile.
+VELMONT_API void *ProcessInnerLevel(void *dib, tagParamInnerLevel *param);

@@ -63,6 +63,7 @@ constexpr std::array kEntries{
     Entry{23, pass<&ProcessSolarization>},
     Entry{24, pass<&ProcessLogarithm>},
     Entry{33, pass<&ProcessAutoEnhance>},
+    Entry{51, pass<&Process3DGrid>},
     Entry{53, pass<&ProcessMotionBlur>},
     Entry{67, pass<&ProcessToneAdjustment>},
     Entry{70, pass<&ProcessBrightnessScale>},
@@ -73,6 +74,7 @@ constexpr std::array kEntries{
     Entry{4303, pass<&ProcessWarm>},
     Entry{4304, pass<&ProcessCool>},
     Entry{4305, pass<&ProcessSepia>},
+    Entry{4703, pass<&ProcessInnerLevel>},
     Entry{4718, pass<&ProcessColorTone>},
     Entry{4719, pass<&ProcessAutoLevel>},
 };
