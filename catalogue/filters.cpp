@@ -138,6 +138,43 @@ constexpr std::array kInnerLevelFields{
 };
 static_assert(coverRecord<tagParamInnerLevel>(kInnerLevelFields));
 
+constexpr std::array kBandStyles{Choice{"fading", 0}, Choice{"even", 1}};
+
+constexpr std::array kButtonizeFields{
+    field<&tagParamButtonize::bevelWidth>({.name = "bevelWidth",
+                                           .unit = "pixels",
+                                           .minimum = 0,
+                                           .maximum = 1000,
+                                           .defaultValue = 20,
+                                           .help = "width of the left and right bands"}),
+    field<&tagParamButtonize::bevelHeight>({.name = "bevelHeight",
+                                            .unit = "pixels",
+                                            .minimum = 0,
+                                            .maximum = 1000,
+                                            .defaultValue = 20,
+                                            .help = "height of the top and bottom bands"}),
+    field<&tagParamButtonize::opacity>({.name = "opacity",
+                                        .unit = "percent",
+                                        .minimum = 0,
+                                        .maximum = 100,
+                                        .defaultValue = 60,
+                                        .help = "how far the bands cover the picture"}),
+    field<&tagParamButtonize::style>({.name = "style",
+                                      .unit = "",
+                                      .minimum = 0,
+                                      .maximum = 1,
+                                      .defaultValue = 0,
+                                      .help = "whether the bands fade inward",
+                                      .choices = kBandStyles}),
+    field<&tagParamButtonize::color>({.name = "color",
+                                      .unit = "",
+                                      .minimum = 0,
+                                      .maximum = 0xFFFFFF,
+                                      .defaultValue = 0xB4B4B4,
+                                      .help = "colour of the bands, 0xBBGGRR, at 24 bits"}),
+};
+static_assert(coverRecord<tagParamButtonize>(kButtonizeFields));
+
 constexpr std::array kEffects{
     Effect{.name = "average",
            .exportName = "ProcessAverage",
@@ -239,6 +276,17 @@ constexpr std::array kEffects{
            .random = false,
            .call = callWithRecord<&ProcessInnerLevel, tagParamInnerLevel>,
            .otherDepths = Depth1 | Depth4},
+    Effect{.name = "buttonize",
+           .exportName = "ProcessButtonize",
+           .code = 4503,
+           .family = Family::Filters,
+           .help = "a raised button made of the picture",
+           .recordName = "tagParamButtonize",
+           .recordBytes = sizeof(tagParamButtonize),
+           .fields = kButtonizeFields,
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callWithRecord<&ProcessButtonize, tagParamButtonize>},
 };
 
 } // namespace

@@ -109,3 +109,17 @@ struct tagParamInnerLevel {
 /// handle, and one lock stays on it. Each row and column polls and reports, in three thirds. At 24 bits the wait
 /// cursor stays, unless there was no memory. A second block of the result's size is used meanwhile.
 VELMONT_API void *ProcessInnerLevel(void *dib, tagParamInnerLevel *param);
+
+/// The record of ProcessButtonize.
+struct tagParamButtonize {
+    int32_t bevelWidth;  ///< pixels, width of the left and right bands; 0 is taken as 1, below 0 is refused
+    int32_t bevelHeight; ///< pixels, height of the first and last rows' bands; 0 is taken as 1, below 0 is refused
+    int32_t opacity;     ///< percent, any value; 0 to 100 are of use
+    int32_t style;       ///< 1 keeps the opacity across a band, any other value fades it from the edge inward
+    uint32_t color;      ///< what the bands are mixed with, 0x00BBGGRR; gray images take the level 70
+};
+
+/// Makes a raised button of the picture: bands along its edges, mitred at the corners, the left one and the last
+/// stored rows lit, the right one and the first rows dark. Where no band
+/// reaches, the opacity of the pixel before it in stored order holds. Depths: 24 bits and 8 bits gray.
+VELMONT_API void *ProcessButtonize(void *dib, tagParamButtonize *param);

@@ -1,10 +1,11 @@
-// Relief that is painted over the picture: the grid of tiles, the bevelled inner frame.
+// Relief that is painted over the picture: the grid of tiles, the bevelled inner frame, the button.
 
 #include "core/generator.h"
 #include "platform/memory.h"
 #include "tests/effects/tone_testing.h"
 #include <algorithm>
 #include <climits>
+#include <cmath>
 #include <gtest/gtest.h>
 #include <velmont/effects.h>
 #include <velmont/filters.h>
@@ -459,6 +460,169 @@ TEST_F(InnerLevel, ByCode)
                  [&](void *dib) { return EnhanceAndEffects(dib, 4703, reinterpret_cast<long>(&record)); }),
         bevelled(image, 1, 9));
     EXPECT_EQ(record.marginDivisor, 1);
+}
+
+// The button
+
+class Button : public Bevel {};
+
+Effect button(int bevelWidth, int bevelHeight, int opacity, int style, uint32_t color = 0x4080C0)
+{
+    return [=](void *dib) {
+        tagParamButtonize record{bevelWidth, bevelHeight, opacity, style, color};
+        return ProcessButtonize(dib, &record);
+    };
+}
+
+double toward0(double value)
+{
+    return value < 0 ? std::ceil(value) : std::floor(value);
+}
+
+Bytes buttonized(const Pieces &source, int64_t bw, int64_t bh, int opacity, int style,
+                 uint32_t color = 0x4080C0)
+{
+    const int64_t w = source.header.biWidth, h = source.header.biHeight;
+    const double op = opacity * 0.01;
+    const bool isFlat = style == 1;
+    bw = bw == 0 ? 1 : bw;
+    bh = bh == 0 ? 1 : bh;
+    double alpha = 0.0;
+    return mapped(source,
+                  [&](uint8_t level, int64_t x, int64_t y, int channel) {
+                      const int c = source.header.biBitCount == 8
+                                        ? 70
+                                        : static_cast<int>(color >> (16 - 8 * channel) & 255);
+                      double add = 0;
+                      if (x < bw && x * bh / bw <= y && y < h - x * bh / bw) {
+                          alpha = isFlat ? op : double(bw - x) * op / double(bw);
+                          add = toward0(toward0(c * alpha) + double(50 * x / bw - 10) * alpha);
+                      } else if (y <= bh && y * bw / bh <= x && x <= w - y * bw / bh) {
+                          alpha = isFlat ? op : double(bh - y) * op / double(bh);
+                          add = toward0(c * alpha - double(bh - y) * alpha * 150 / double(bh));
+                      } else if (x > w - bw && bh * (w - x) / bw < y && y <= h - bh * (w - x) / bw) {
+                          const auto e = double(bw - w + x);
+                          alpha = isFlat ? op : e * op / double(bw);
+                          add = toward0(c * alpha - e * alpha * 150 / double(bw));
+                      } else if (y >= h - bh && bw * (h - y) / bh <= x && x < w - bw * (h - y) / bh) {
+                          alpha = isFlat ? op : double(y - h + bh) * op / double(bh);
+                          add = toward0(toward0(c * alpha) + double(30 * (h - y) / bh - 10) * alpha);
+                      }
+                      if (x < bw || x > w - bw || y < bh || y > h - bh)
+                          return held(static_cast<int64_t>(toward0((1 - alpha) * level) + add));
+                      return level;
+                  })
+        .bytes();
+}
+
+TEST_F(Button, Refusals)
+{
+    const Handle image = gray(5, 4).handle();
+    for (const int bad : {-1, INT_MIN}) {
+        EXPECT_EQ(eventsOfRefusal(image, button(bad, 2, 50, 0)), Events{});
+        EXPECT_EQ(eventsOfRefusal(image, button(2, bad, 50, 0)), Events{});
+    }
+    EXPECT_EQ(eventsOfRefusal(nullptr, button(2, 2, 50, 0)), Events{});
+    EXPECT_EQ(eventsOfRefusal(image, [](void *dib) { return ProcessButtonize(dib, nullptr); }), Events{});
+    for (const Pieces &other : {paletted(5, 4, 8, 256), paletted(5, 4, 8, 9), paletted(5, 4, 4, 16),
+                                paletted(5, 4, 1, 2), paletted(5, 4, 16, 0), paletted(5, 4, 32, 0)})
+        EXPECT_EQ(eventsOfRefusal(other.handle(), button(2, 2, 50, 0)), Events{});
+    expectLiesRefused(button(2, 2, 50, 0));
+}
+
+TEST_F(Button, WithoutOpacityACopy)
+{
+    for (const Pieces &image : {gray(25, 24), trueColor(25, 24)})
+        for (const int style : {0, 1, 2})
+            EXPECT_EQ(resultOf(image, button(5, 7, 0, style)),
+                      mapped(image, [](uint8_t level, int, int, int) { return level; }).bytes());
+}
+
+TEST_F(Button, BandsByHand)
+{
+    // Gray, half opaque: 50 of 100, and 35 of the band's 70.
+    const Bytes even = resultOf(flat(gray(40, 40), 100), button(10, 10, 50, 1));
+    EXPECT_EQ(levelAt(even, 40, 0, 20), 50 + 30); // 35 - 5
+    EXPECT_EQ(levelAt(even, 40, 4, 20), 50 + 40); // 35 + 10 * 0.5
+    EXPECT_EQ(levelAt(even, 40, 9, 20), 50 + 52); // 35 + 35 * 0.5, truncated
+    EXPECT_EQ(levelAt(even, 40, 10, 20), 100);
+    EXPECT_EQ(levelAt(even, 40, 20, 0), 50 - 40); // 35 - 75
+    EXPECT_EQ(levelAt(even, 40, 20, 9), 50 + 27); // 35 - 7.5
+    EXPECT_EQ(levelAt(even, 40, 20, 10), 100);
+    EXPECT_EQ(levelAt(even, 40, 30, 20), 100);
+    EXPECT_EQ(levelAt(even, 40, 31, 20), 50 + 27);
+    EXPECT_EQ(levelAt(even, 40, 39, 20), 50 - 32); // 35 - 67.5
+    EXPECT_EQ(levelAt(even, 40, 20, 30), 100);
+    EXPECT_EQ(levelAt(even, 40, 20, 31), 50 + 43); // 35 + 17 * 0.5
+    EXPECT_EQ(levelAt(even, 40, 20, 39), 50 + 31); // 35 - 7 * 0.5
+    // Fading: nine tenths of the opacity are left one pixel from the edge.
+    const Bytes fading = resultOf(flat(gray(40, 40), 100), button(10, 10, 50, 0));
+    EXPECT_EQ(levelAt(fading, 40, 0, 20), 80);
+    EXPECT_EQ(levelAt(fading, 40, 1, 20), 55 + 28); // trunc(31.5) - 5 * 0.45
+    EXPECT_EQ(levelAt(fading, 40, 20, 1), 55 - 29); // 31.5 - 9 * 0.45 * 15
+}
+
+TEST_F(Button, TheColorIsBlueGreenRedInMemory)
+{
+    const Bytes result = resultOf(flat(trueColor(8, 8), 0), button(1, 1, 100, 1, 0x0A141E));
+    // Column 0 of the second row: the colour less 10.
+    EXPECT_EQ(result[40 + 24], 0);
+    EXPECT_EQ(result[40 + 25], 10);
+    EXPECT_EQ(result[40 + 26], 20);
+}
+
+TEST_F(Button, EveryMeasureAsThePlainLoop)
+{
+    constexpr int kBands[] = {0, 1, 2, 3, 5, 8, 13, 20, 45};
+    constexpr int kOpacities[] = {100, 60, 33, 1, 250, -40, INT_MAX, INT_MIN};
+    std::size_t next = 0;
+    for (int width = 1; width <= 40; ++width)
+        for (int height = 1; height <= 18; ++height)
+            for (const Pieces &image : {gray(width, height), trueColor(width, height)})
+                for (const int style : {0, 1}) {
+                    next += 5;
+                    const int bw = kBands[next % 9], bh = kBands[next / 9 % 9],
+                              opacity = kOpacities[next % 8];
+                    ASSERT_EQ(resultOf(image, button(bw, bh, opacity, style)),
+                              buttonized(image, bw, bh, opacity, style))
+                        << width << " x " << height << ", " << bw << ", " << bh << ", " << opacity;
+                }
+    for (const Pieces &image : {gray(61, 43), trueColor(43, 61)})
+        for (const int bw : {0, 1, 2, 7, 20, 21, 22, 43, 61, 1000})
+            for (const int bh : {0, 1, 2, 7, 21, 22, 43, 61, 1000})
+                for (const int style : {0, 1, -1})
+                    ASSERT_EQ(resultOf(image, button(bw, bh, 70, style)),
+                              buttonized(image, bw, bh, 70, style))
+                        << bw << ", " << bh << ", " << style;
+    for (const int band : {46341, INT_MAX})
+        EXPECT_EQ(resultOf(gray(9, 7), button(band, band, 70, 0)), buttonized(gray(9, 7), band, band, 70, 0));
+}
+
+TEST_F(Button, Events)
+{
+    for (const Pieces &image : {gray(19, 35), trueColor(19, 35)}) {
+        EXPECT_EQ(eventsOf(image, button(4, 4, 60, 0)),
+                  joined({{"wait", "poll"}, rowEvents(35), {"100%", "arrow"}}));
+        expectAborts(image, button(4, 4, 60, 0), 1);
+        expectFailuresSurvived(image, button(4, 4, 60, 0));
+        const Handle handle = image.handle();
+        for (const int allocation : {1, 2}) {
+            memory_hooks::failAllocation(allocation);
+            EXPECT_EQ(eventsOfRefusal(handle, button(4, 4, 60, 0)), (Events{"wait", "arrow"}));
+        }
+        memory_hooks::failAllocation(0);
+    }
+}
+
+TEST_F(Button, ByCode)
+{
+    const Pieces image = trueColor(37, 35);
+    EXPECT_EQ(resultOf(image,
+                       [](void *dib) {
+                           tagParamButtonize record{6, 5, 40, 0, 0x112233};
+                           return EnhanceAndEffects(dib, 4503, reinterpret_cast<long>(&record));
+                       }),
+              buttonized(image, 6, 5, 40, 0, 0x112233));
 }
 
 } // namespace
