@@ -175,6 +175,28 @@ constexpr std::array kButtonizeFields{
 };
 static_assert(coverRecord<tagParamButtonize>(kButtonizeFields));
 
+constexpr std::array kOuterLevelFields{
+    field<&tagParamOuterLevel::rimWidth>({.name = "rimWidth",
+                                          .unit = "pixels",
+                                          .minimum = 0,
+                                          .maximum = 1000,
+                                          .defaultValue = 5,
+                                          .help = "width of the outer rim"}),
+    field<&tagParamOuterLevel::grooveWidth>({.name = "grooveWidth",
+                                             .unit = "pixels",
+                                             .minimum = 0,
+                                             .maximum = 1000,
+                                             .defaultValue = 3,
+                                             .help = "width of the groove inside the rim"}),
+    field<&tagParamOuterLevel::strength>({.name = "strength",
+                                          .unit = "percent",
+                                          .minimum = 0,
+                                          .maximum = 400,
+                                          .defaultValue = 100,
+                                          .help = "how strong light and shade are"}),
+};
+static_assert(coverRecord<tagParamOuterLevel>(kOuterLevelFields));
+
 constexpr std::array kEffects{
     Effect{.name = "average",
            .exportName = "ProcessAverage",
@@ -287,6 +309,17 @@ constexpr std::array kEffects{
            .depths = kSampleDepths,
            .random = false,
            .call = callWithRecord<&ProcessButtonize, tagParamButtonize>},
+    Effect{.name = "outer-level",
+           .exportName = "ProcessOuterLevel",
+           .code = 4603,
+           .family = Family::Filters,
+           .help = "a rounded frame around the picture",
+           .recordName = "tagParamOuterLevel",
+           .recordBytes = sizeof(tagParamOuterLevel),
+           .fields = kOuterLevelFields,
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callWithRecord<&ProcessOuterLevel, tagParamOuterLevel>},
 };
 
 } // namespace

@@ -123,3 +123,16 @@ struct tagParamButtonize {
 /// stored rows lit, the right one and the first rows dark. Where no band
 /// reaches, the opacity of the pixel before it in stored order holds. Depths: 24 bits and 8 bits gray.
 VELMONT_API void *ProcessButtonize(void *dib, tagParamButtonize *param);
+
+/// The record of ProcessOuterLevel.
+struct tagParamOuterLevel {
+    int32_t rimWidth;    ///< pixels, width of the outer rim; 0 is taken as 1, and it is cut to what the picture has
+    int32_t grooveWidth; ///< pixels, width of the groove inside the rim; any value
+    int32_t strength;    ///< percent of the light, any value
+};
+
+/// A rounded frame: a rim lit on the left and in the last stored rows and dark on the right and in the first ones,
+/// and inside it a groove lit the other way. What lies outside the round corners stays. A frame that leaves the rim
+/// no pixel, in a small picture or with a negative rim, gives a copy. In gray images the left rim and that of the
+/// first rows are one pixel wider than in 24 bits. Depths: 24 bits and 8 bits gray.
+VELMONT_API void *ProcessOuterLevel(void *dib, tagParamOuterLevel *param);

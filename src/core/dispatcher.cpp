@@ -75,6 +75,7 @@ constexpr std::array kEntries{
     Entry{4304, pass<&ProcessCool>},
     Entry{4305, pass<&ProcessSepia>},
     Entry{4503, pass<&ProcessButtonize>},
+    Entry{4603, pass<&ProcessOuterLevel>},
     Entry{4703, pass<&ProcessInnerLevel>},
     Entry{4718, pass<&ProcessColorTone>},
     Entry{4719, pass<&ProcessAutoLevel>},

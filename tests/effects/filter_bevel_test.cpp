@@ -1,4 +1,5 @@
-// Relief that is painted over the picture: the grid of tiles, the bevelled inner frame, the button.
+// Relief that is painted over the picture: the grid of tiles, the bevelled inner frame, the button,
+// the rounded frame.
 
 #include "core/generator.h"
 #include "platform/memory.h"
@@ -623,6 +624,227 @@ TEST_F(Button, ByCode)
                            return EnhanceAndEffects(dib, 4503, reinterpret_cast<long>(&record));
                        }),
               buttonized(image, 6, 5, 40, 0, 0x112233));
+}
+
+// The rounded frame
+
+class OuterLevel : public Bevel {};
+
+Effect outerLevel(int rimWidth, int grooveWidth, int strength)
+{
+    return [=](void *dib) {
+        tagParamOuterLevel record{rimWidth, grooveWidth, strength};
+        return ProcessOuterLevel(dib, &record);
+    };
+}
+
+/// The shade of a pixel of a frame of width F, rim b and inner radius I, rule by rule.
+double frameShade(int64_t x, int64_t y, int64_t w, int64_t h, int64_t b, int64_t F, int64_t I, bool isGray)
+{
+    const double pi = 3.141592653589793;
+    const auto q = [=](int64_t cx, int64_t cy) { return (x - cx) * (x - cx) + (y - cy) * (y - cy); };
+    const int64_t TL = q(F, h - F), BL = q(F, F), BR = q(w - F, F), TR = q(w - F, h - F);
+    const auto s = [=](int64_t squared) { return double(F) - std::sqrt(double(squared)); };
+    const auto ring = [=](double A, int64_t squared) {
+        return toward0(A * s(squared) * 180.0 / (double(b) * pi) - s(squared) * 60.0 / double(b));
+    };
+    const bool rimX = isGray ? x <= b : x < b, rimY = isGray ? y <= b : y < b;
+    if (b < x && x < F && F <= y && y <= h - F)
+        return double(5 * (b - x - 35));
+    if (x < F && y >= h - F && TL < I * I)
+        return -175;
+    if (x < F && y > h - F && I * I <= TL && TL <= F * F)
+        return double(int64_t(toward0(s(TL))) * 30 / b);
+    if (x < F && y > h - F && TL > F * F)
+        return 0;
+    if (rimX && F <= y && y <= h - F)
+        return double(30 * x / b);
+    if (y <= F) {
+        if (x <= F && y >= x && BL <= I * I)
+            return toward0(std::atan2(double(F - y), double(F - x)) * 127.32395447351628 - 250.0);
+        if (x <= F && y < x && BL < I * I)
+            return 30;
+        if (x <= F && I * I <= BL && BL <= F * F)
+            return ring(std::atan(double(F - x) / double(F - y)), BL);
+        if (x < F && y < F && BL > F * F)
+            return 0;
+        if (b < y && y < F && F < x && x <= w - F)
+            return 30;
+        if (rimY && F <= x && x <= w - F)
+            return double(-60 * y / b);
+    }
+    if (y <= F && x >= w - F && BR < I * I)
+        return 30;
+    if (y <= F && x >= w - F + 1 && I * I < BR && BR <= F * F)
+        return toward0(s(BR) * -60.0 / double(b));
+    if (y <= F && x >= w - F && BR > F * F)
+        return 0;
+    if (w - F < x && x < w - b && F < y && y <= h - F)
+        return 30;
+    if (x >= w - b && F < y && y <= h - F)
+        return double((x - w) * 60 / b);
+    if (x > w - F && y > h - F && y <= h - (w - x) && TR < I * I)
+        return 30;
+    if (x > w - F && y > h - (w - x) && y > h - F && TR < I * I)
+        return -150;
+    if (x >= w - F && y > h - F && I * I <= TR && TR < F * F)
+        return ring(std::atan(double(y - h + F) / double(x - w + F)), TR);
+    if (x >= w - F && y > h - F && TR > F * F)
+        return 0;
+    if (h - F < y && y < h - b && F <= x && x <= w - F)
+        return -175;
+    if (y >= h - b && F <= x && x < w - F)
+        return double((h - y) * 30 / b);
+    return 0;
+}
+
+Bytes framed(const Pieces &source, int64_t rim, int64_t groove, int strength)
+{
+    const int64_t w = source.header.biWidth, h = source.header.biHeight;
+    const int64_t b = std::min<int64_t>(rim == 0 ? 1 : rim, std::min(w, h) / 2 - groove - 1);
+    const int64_t F = groove + b + 1;
+    return mapped(source,
+                  [&](uint8_t level, int x, int y, int) {
+                      if (b <= 0)
+                          return level;
+                      const double d = frameShade(x, y, w, h, b, F, F - b, source.header.biBitCount == 8);
+                      return held(static_cast<int64_t>(toward0(d * (strength * 0.01) + level)));
+                  })
+        .bytes();
+}
+
+TEST_F(OuterLevel, Refusals)
+{
+    const Handle image = gray(5, 4).handle();
+    EXPECT_EQ(eventsOfRefusal(nullptr, outerLevel(2, 2, 50)), Events{});
+    EXPECT_EQ(eventsOfRefusal(image, [](void *dib) { return ProcessOuterLevel(dib, nullptr); }), Events{});
+    for (const Pieces &other : {paletted(5, 4, 8, 256), paletted(5, 4, 8, 9), paletted(5, 4, 4, 16),
+                                paletted(5, 4, 1, 2), paletted(5, 4, 16, 0), paletted(5, 4, 32, 0)})
+        EXPECT_EQ(eventsOfRefusal(other.handle(), outerLevel(2, 2, 50)), Events{});
+    expectLiesRefused(outerLevel(2, 2, 50));
+}
+
+TEST_F(OuterLevel, CopiesWithoutStrengthOrRoom)
+{
+    const auto copied = [](const Pieces &image) {
+        return mapped(image, [](uint8_t level, int, int, int) { return level; }).bytes();
+    };
+    for (const Pieces &image : {gray(35, 34), trueColor(35, 34)}) {
+        EXPECT_EQ(resultOf(image, outerLevel(5, 3, 0)), copied(image));
+        EXPECT_EQ(resultOf(image, outerLevel(-1, 3, 100)), copied(image));
+        EXPECT_EQ(resultOf(image, outerLevel(INT_MIN, 3, 100)), copied(image));
+        // 34 / 2 - 16 - 1 leaves no rim, one pixel of groove less leaves one.
+        EXPECT_EQ(resultOf(image, outerLevel(5, 16, 100)), copied(image));
+        EXPECT_NE(resultOf(image, outerLevel(5, 15, 100)), copied(image));
+        EXPECT_EQ(resultOf(image, outerLevel(5, INT_MAX, 100)), copied(image));
+    }
+    for (const Pieces &image : {gray(1, 1), gray(3, 9), trueColor(9, 3)})
+        EXPECT_EQ(resultOf(image, outerLevel(1, 0, 100)), copied(image));
+}
+
+TEST_F(OuterLevel, SidesByHand)
+{
+    // Rim 4, groove 5, so that the frame is 10 wide; halves of the shades by the strength.
+    const Bytes full = resultOf(flat(gray(50, 50), 200), outerLevel(4, 5, 100));
+    const Bytes half = resultOf(flat(gray(50, 50), 200), outerLevel(4, 5, 50));
+    const auto expectShade = [&](int x, int y, int shade) {
+        EXPECT_EQ(levelAt(full, 50, x, y), std::clamp(200 + shade, 0, 255)) << x << ", " << y;
+        EXPECT_EQ(levelAt(half, 50, x, y), std::clamp((400 + shade) / 2, 0, 255)) << x << ", " << y;
+    };
+    expectShade(0, 25, 0);
+    expectShade(1, 25, 7);
+    expectShade(3, 25, 22);
+    expectShade(4, 25, 30); // the rim of gray images includes it
+    expectShade(5, 25, -180);
+    expectShade(9, 25, -200);
+    expectShade(10, 25, 0);
+    expectShade(25, 0, 0);
+    expectShade(25, 1, -15);
+    expectShade(25, 4, -60);
+    expectShade(25, 5, 30);
+    expectShade(25, 10, 0);
+    expectShade(40, 25, 0);
+    expectShade(41, 25, 30);
+    expectShade(46, 25, -60);
+    expectShade(49, 25, -15);
+    expectShade(25, 40, 0);
+    expectShade(25, 41, -175);
+    expectShade(25, 46, 30);
+    expectShade(25, 49, 7);
+    for (const int x : {0, 49})
+        for (const int y : {0, 49})
+            expectShade(x, y, 0);
+    // Discs: two diagonals through their middles.
+    expectShade(9, 41, -175);
+    expectShade(41, 9, 30);
+    expectShade(9, 9, -150); // 45 degrees are 100 of 400
+    expectShade(42, 41, 30);
+    expectShade(41, 42, -150);
+    // At 24 bits the place of the rim's last pixel has none.
+    const Bytes color = resultOf(flat(trueColor(50, 50), 200), outerLevel(4, 5, 100));
+    EXPECT_EQ(color[40 + 25 * 152 + 4 * 3], 200);
+    EXPECT_EQ(color[40 + 25 * 152 + 3 * 3], 222);
+    EXPECT_EQ(color[40 + 4 * 152 + 25 * 3], 200);
+}
+
+TEST_F(OuterLevel, ADivisionByZeroIsNinetyDegrees)
+{
+    const Bytes result = resultOf(flat(gray(50, 50), 100), outerLevel(4, 5, 100));
+    // Eight pixels straight up from the corner's middle, two from the edge: 2 * 90 / 4 - 2 * 60 / 4.
+    EXPECT_EQ(levelAt(result, 50, 40, 48), 115);
+}
+
+TEST_F(OuterLevel, EveryMeasureAsThePlainLoop)
+{
+    constexpr int kWidths[] = {0, 1, 2, 3, 4, 6, 9, 15, 100, -1, -2, -5};
+    constexpr int kStrengths[] = {100, 40, 29, 250, -100, 1, INT_MAX, INT_MIN};
+    std::size_t next = 0;
+    for (int width = 1; width <= 40; ++width)
+        for (int height = 1; height <= 18; ++height)
+            for (const Pieces &image : {gray(width, height), trueColor(width, height)}) {
+                next += 5;
+                const int rim = kWidths[next % 9], groove = kWidths[next / 9 % 12],
+                          strength = kStrengths[next % 8];
+                const Bytes expected = framed(image, rim, groove, strength);
+                for (const CpuLevel level : cpuLevels()) {
+                    limitCpuLevel(level);
+                    ASSERT_EQ(resultOf(image, outerLevel(rim, groove, strength)), expected)
+                        << width << " x " << height << ", " << rim << ", " << groove << ", " << strength;
+                }
+            }
+    for (const Pieces &image : {gray(61, 43), trueColor(44, 61), gray(40, 40), trueColor(41, 41)})
+        for (const int rim : {0, 1, 2, 7, 20, 21, 22, 1000, INT_MAX})
+            for (const int groove : {0, 1, 2, 7, 18, 19, 20, -1, -2, -9, -40, INT_MIN})
+                ASSERT_EQ(resultOf(image, outerLevel(rim, groove, 100)), framed(image, rim, groove, 100))
+                    << rim << ", " << groove;
+}
+
+TEST_F(OuterLevel, Events)
+{
+    for (const Pieces &image : {gray(19, 35), trueColor(19, 35)})
+        for (const int rim : {4, -1}) {
+            EXPECT_EQ(eventsOf(image, outerLevel(rim, 2, 60)),
+                      joined({{"wait", "poll"}, rowEvents(35), {"100%", "arrow"}}));
+            expectAborts(image, outerLevel(rim, 2, 60), 1);
+            expectFailuresSurvived(image, outerLevel(rim, 2, 60));
+            const Handle handle = image.handle();
+            for (const int allocation : {1, 2}) {
+                memory_hooks::failAllocation(allocation);
+                EXPECT_EQ(eventsOfRefusal(handle, outerLevel(rim, 2, 60)), (Events{"wait", "arrow"}));
+            }
+            memory_hooks::failAllocation(0);
+        }
+}
+
+TEST_F(OuterLevel, ByCode)
+{
+    const Pieces image = trueColor(37, 35);
+    EXPECT_EQ(resultOf(image,
+                       [](void *dib) {
+                           tagParamOuterLevel record{5, 4, 80};
+                           return EnhanceAndEffects(dib, 4603, reinterpret_cast<long>(&record));
+                       }),
+              framed(image, 5, 4, 80));
 }
 
 } // namespace
