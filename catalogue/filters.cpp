@@ -197,6 +197,16 @@ constexpr std::array kOuterLevelFields{
 };
 static_assert(coverRecord<tagParamOuterLevel>(kOuterLevelFields));
 
+constexpr std::array kSoftEdgeFields{
+    field<&tagParamSoftEdge::radius>({.name = "radius",
+                                      .unit = "pixels",
+                                      .minimum = 1,
+                                      .maximum = 128,
+                                      .defaultValue = 16,
+                                      .help = "how far inward the edge softens"}),
+};
+static_assert(coverRecord<tagParamSoftEdge>(kSoftEdgeFields));
+
 constexpr std::array kEffects{
     Effect{.name = "average",
            .exportName = "ProcessAverage",
@@ -320,6 +330,17 @@ constexpr std::array kEffects{
            .depths = kSampleDepths,
            .random = false,
            .call = callWithRecord<&ProcessOuterLevel, tagParamOuterLevel>},
+    Effect{.name = "soft-edge",
+           .exportName = "ProcessSoftEdge",
+           .code = 68,
+           .family = Family::Filters,
+           .help = "lets a mask fall off toward its edge",
+           .recordName = "tagParamSoftEdge",
+           .recordBytes = sizeof(tagParamSoftEdge),
+           .fields = kSoftEdgeFields,
+           .depths = Depth8,
+           .random = false,
+           .call = callWithRecord<&ProcessSoftEdge, tagParamSoftEdge>},
 };
 
 } // namespace

@@ -136,3 +136,14 @@ struct tagParamOuterLevel {
 /// no pixel, in a small picture or with a negative rim, gives a copy. In gray images the left rim and that of the
 /// first rows are one pixel wider than in 24 bits. Depths: 24 bits and 8 bits gray.
 VELMONT_API void *ProcessOuterLevel(void *dib, tagParamOuterLevel *param);
+
+/// The record of ProcessSoftEdge.
+struct tagParamSoftEdge {
+    uint32_t radius; ///< pixels, 1 to 128; others are refused
+};
+
+/// Softens the edge of a mask inward: a level that is not 0 becomes the smallest of the means, rounded down, of the
+/// eight rays of radius + 1 pixels that start at it; the outside of the picture counts as 0. Depths: 8 bits, whose
+/// indices are taken for levels. The rows are read and written at byte 1064 whatever the number of colours; a block
+/// too small for that is refused. There is neither a poll nor progress, only the cursors.
+VELMONT_API void *ProcessSoftEdge(void *dib, tagParamSoftEdge *param);

@@ -66,6 +66,7 @@ constexpr std::array kEntries{
     Entry{51, pass<&Process3DGrid>},
     Entry{53, pass<&ProcessMotionBlur>},
     Entry{67, pass<&ProcessToneAdjustment>},
+    Entry{68, pass<&ProcessSoftEdge>},
     Entry{70, pass<&ProcessBrightnessScale>},
     Entry{72, pass<&ProcessMaxMin>},
     Entry{1202, pass<&ProcessColorBalance>},

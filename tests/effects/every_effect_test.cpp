@@ -64,12 +64,14 @@ struct Peculiarity {
     std::string_view exportName;
     bool showsCursorFirst = false; ///< before it refuses
     bool leavesWaitCursor = false; ///< at the end of its work at 24 bits
+    bool needsAllColors = false;   ///< at 8 bits its rows lie behind 256 of them
 };
 
 constexpr Peculiarity kPeculiarities[] = {
     {"ProcessBrightnessAndContrast", true},
     {"ProcessHueAndSaturation", true},
     {"ProcessInnerLevel", false, true},
+    {"ProcessSoftEdge", false, false, true},
 };
 
 Peculiarity peculiarityOf(const Effect &effect)
@@ -114,7 +116,11 @@ using Parameter = std::tuple<std::string_view, const Kind *>;
 class EveryEffect : public ::testing::TestWithParam<Parameter> {
 protected:
     /// Whether the effect serves this kind of image.
-    bool accepts() const { return (effect_.depths & kind_.depth) != 0; }
+    bool accepts() const
+    {
+        const bool lacksColors = peculiarity_.needsAllColors && kind_.bits == 8 && kind_.colorsUsed != 256;
+        return (effect_.depths & kind_.depth) != 0 && !lacksColors;
+    }
 
     /// Runs the effect, which must refuse the block without the host noticing more than a cursor.
     void expectRefusal(void *dib, const std::string &what)
