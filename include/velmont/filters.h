@@ -123,3 +123,67 @@ struct tagSmartBlurParam {
 /// - An image smaller in one direction than the working radius and two pixels more gives 0, but the wait cursor
 ///   stays, the image keeps a lock, and the block that was taken for the result is lost.
 VELMONT_API void *ProcessSmartBlur(void *dib, tagSmartBlurParam *param);
+/// The record of Process3DGrid.
+struct tagParam3DGrid {
+    int32_t cellSize; ///< 1 for cells of 32 pixels, 2 for 16, 3 for 64; others are refused
+    int32_t depth;    ///< 0 to 2, others are refused; edges are lighter and darker by 92, 60 and 28 levels
+    int32_t jitter;   ///< 0 for a straight grid, 1 for one that wanders; others are refused
+};
+
+/// A grid of raised tiles, lit along two edges and dark along the other two. A wandering grid follows two random
+/// walks: it draws rand() once for each column, once there is memory for the result, and then once for each row,
+/// after the row's poll; it does not seed. Depths: 24 bits and 8 bits gray.
+VELMONT_API void *Process3DGrid(void *dib, tagParam3DGrid *param);
+
+/// The record of ProcessInnerLevel. A field that holds 0 is overwritten with 1, also where the handle is refused.
+struct tagParamInnerLevel {
+    int32_t marginDivisor; ///< the margin around the bevel is (width + height) / marginDivisor pixels, any value
+    int32_t bevelDivisor;  ///< the bevel's width is (width + height) / bevelDivisor pixels, any value
+};
+
+/// A bevelled frame inside the picture, with a white mitre in one corner, and then the whole picture through a box
+/// of 7 pixels as ProcessAverage has it. The margin is held to half the smaller side, the bevel to what is left of
+/// it. Depths: 24 bits and all of 8 bits, whose indices are taken for levels.
+///
+/// Hosts rely on the following. An image of another depth is not refused: the result is its bit count instead of a
+/// handle, and one lock stays on it. Each row and column polls and reports, in three thirds. At 24 bits the wait
+/// cursor stays, unless there was no memory. A second block of the result's size is used meanwhile.
+VELMONT_API void *ProcessInnerLevel(void *dib, tagParamInnerLevel *param);
+
+/// The record of ProcessButtonize.
+struct tagParamButtonize {
+    int32_t bevelWidth;  ///< pixels, width of the left and right bands; 0 is taken as 1, below 0 is refused
+    int32_t bevelHeight; ///< pixels, height of the first and last rows' bands; 0 is taken as 1, below 0 is refused
+    int32_t opacity;     ///< percent, any value; 0 to 100 are of use
+    int32_t style;       ///< 1 keeps the opacity across a band, any other value fades it from the edge inward
+    uint32_t color;      ///< what the bands are mixed with, 0x00BBGGRR; gray images take the level 70
+};
+
+/// Makes a raised button of the picture: bands along its edges, mitred at the corners, the left one and the last
+/// stored rows lit, the right one and the first rows dark. Where no band
+/// reaches, the opacity of the pixel before it in stored order holds. Depths: 24 bits and 8 bits gray.
+VELMONT_API void *ProcessButtonize(void *dib, tagParamButtonize *param);
+
+/// The record of ProcessOuterLevel.
+struct tagParamOuterLevel {
+    int32_t rimWidth;    ///< pixels, width of the outer rim; 0 is taken as 1, and it is cut to what the picture has
+    int32_t grooveWidth; ///< pixels, width of the groove inside the rim; any value
+    int32_t strength;    ///< percent of the light, any value
+};
+
+/// A rounded frame: a rim lit on the left and in the last stored rows and dark on the right and in the first ones,
+/// and inside it a groove lit the other way. What lies outside the round corners stays. A frame that leaves the rim
+/// no pixel, in a small picture or with a negative rim, gives a copy. In gray images the left rim and that of the
+/// first rows are one pixel wider than in 24 bits. Depths: 24 bits and 8 bits gray.
+VELMONT_API void *ProcessOuterLevel(void *dib, tagParamOuterLevel *param);
+
+/// The record of ProcessSoftEdge.
+struct tagParamSoftEdge {
+    uint32_t radius; ///< pixels, 1 to 128; others are refused
+};
+
+/// Softens the edge of a mask inward: a level that is not 0 becomes the smallest of the means, rounded down, of the
+/// eight rays of radius + 1 pixels that start at it; the outside of the picture counts as 0. Depths: 8 bits, whose
+/// indices are taken for levels. The rows are read and written at byte 1064 whatever the number of colours; a block
+/// too small for that is refused. There is neither a poll nor progress, only the cursors.
+VELMONT_API void *ProcessSoftEdge(void *dib, tagParamSoftEdge *param);

@@ -45,6 +45,8 @@ public:
 
     /// Whether there is a source and it has one of these depths.
     bool serves(std::initializer_list<int> depths) const;
+    /// Whether there is a source, of whatever depth.
+    bool hasSource() const { return source_.has_value(); }
     const Dib &source() const { return *source_; }
 
     /// Starts the work: allocate() and open(). On failure everything is as it was, but for the cursors shown,
@@ -102,6 +104,9 @@ public:
     /// result that could not be allocated.
     /// \return null.
     void *giveUp();
+
+    /// From here on the wait cursor is left to the host.
+    void leaveWaitCursor() { steps_.arrowCursor = false; }
 
     /// Ends the work: unlocks both blocks, frees the result after an abort, reports 100, shows the arrow
     /// cursor.

@@ -15,6 +15,7 @@ struct RowCadence {
     int percentFrom = 0;   ///< what the first row reports
     int percentSpan = 100; ///< what all rows together add to that
     int percentOf = 0;     ///< rows that add it where they are not those of the range
+    int percentShares = 1; ///< into so many parts the span is cut, of which the rows add one
 };
 
 /// The cadences of an effect of two passes, the rows first and the columns second.
@@ -70,7 +71,8 @@ private:
     {
         const auto span = static_cast<uint32_t>(cadence_.percentSpan);
         const int whole = cadence_.percentOf != 0 ? cadence_.percentOf : rows_;
-        return static_cast<int32_t>(static_cast<uint32_t>(row) * span) / whole + cadence_.percentFrom;
+        return static_cast<int32_t>(static_cast<uint32_t>(row) * span) / whole / cadence_.percentShares +
+               cadence_.percentFrom;
     }
 
     int rows_;

@@ -22,6 +22,14 @@ inline ResultPlan planOnSamples(const Dib &source)
             .headerBytes = source.layout().pixelOffset};
 }
 
+/// The same for the effects that copy a colour for each one of biClrUsed, at 24 bits too: hosts rely on it.
+inline ResultPlan planWithColors(const Dib &source)
+{
+    ResultPlan plan = planOnSamples(source);
+    plan.headerBytes = kHeaderBytes + kColorBytes * std::size_t{source.header().biClrUsed};
+    return plan;
+}
+
 /// Samples of a pixel.
 inline std::size_t samplesPerPixel(const Dib &image)
 {
