@@ -139,7 +139,7 @@ void *ProcessMosaic(void *dib, tagParamMosaic *param)
     const int cellHeight = std::min(param->cellHeight, source.height());
     if (cellWidth < 1 || cellHeight < 1)
         return nullptr;
-    if (!frame.begin(planOnSamples(source)))
+    if (!frame.begin(planWithColors(source)))
         return nullptr;
     const ByteRow copy = copyRow(frame.stores());
     const auto paint = source.bitCount() == 24 ? tileRow<3> : tileRow<1>;

@@ -57,7 +57,7 @@ void *ProcessOilPaint(void *dib, int radius)
     if (!servesSamples(frame))
         return nullptr;
     const Dib &source = frame.source();
-    const ResultPlan plan = planOnSamples(source);
+    const ResultPlan plan = planWithColors(source);
     if (!frame.allocate(plan))
         return nullptr;
     // More than there can be where the product does not fit.
