@@ -1,7 +1,7 @@
 #pragma once
 
 /// \file
-/// Filters over neighbouring samples: blurs and what takes specks away.
+/// Filters over neighbouring samples: blurs and what takes specks away, sharpening, relief and contours.
 ///
 /// Common to all: a null handle, a null record and a depth that is not named are refused with 0, the source is
 /// left as it was, and the result is a new block of the caller's or 0. See velmont/environment.h for progress and
@@ -137,8 +137,9 @@ VELMONT_API void *Process3DGrid(void *dib, tagParam3DGrid *param);
 
 /// The record of ProcessInnerLevel. A field that holds 0 is overwritten with 1, also where the handle is refused.
 struct tagParamInnerLevel {
-    int32_t marginDivisor; ///< the margin around the bevel is (width + height) / marginDivisor pixels, any value
-    int32_t bevelDivisor;  ///< the bevel's width is (width + height) / bevelDivisor pixels, any value
+    int32_t
+        marginDivisor; ///< the margin around the bevel is (width + height) / marginDivisor pixels, any value
+    int32_t bevelDivisor; ///< the bevel's width is (width + height) / bevelDivisor pixels, any value
 };
 
 /// A bevelled frame inside the picture, with a white mitre in one corner, and then the whole picture through a box
@@ -152,11 +153,12 @@ VELMONT_API void *ProcessInnerLevel(void *dib, tagParamInnerLevel *param);
 
 /// The record of ProcessButtonize.
 struct tagParamButtonize {
-    int32_t bevelWidth;  ///< pixels, width of the left and right bands; 0 is taken as 1, below 0 is refused
-    int32_t bevelHeight; ///< pixels, height of the first and last rows' bands; 0 is taken as 1, below 0 is refused
-    int32_t opacity;     ///< percent, any value; 0 to 100 are of use
-    int32_t style;       ///< 1 keeps the opacity across a band, any other value fades it from the edge inward
-    uint32_t color;      ///< what the bands are mixed with, 0x00BBGGRR; gray images take the level 70
+    int32_t bevelWidth; ///< pixels, width of the left and right bands; 0 is taken as 1, below 0 is refused
+    int32_t
+        bevelHeight; ///< pixels, height of the first and last rows' bands; 0 is taken as 1, below 0 is refused
+    int32_t opacity; ///< percent, any value; 0 to 100 are of use
+    int32_t style;   ///< 1 keeps the opacity across a band, any other value fades it from the edge inward
+    uint32_t color;  ///< what the bands are mixed with, 0x00BBGGRR; gray images take the level 70
 };
 
 /// Makes a raised button of the picture: bands along its edges, mitred at the corners, the left one and the last
@@ -166,7 +168,8 @@ VELMONT_API void *ProcessButtonize(void *dib, tagParamButtonize *param);
 
 /// The record of ProcessOuterLevel.
 struct tagParamOuterLevel {
-    int32_t rimWidth;    ///< pixels, width of the outer rim; 0 is taken as 1, and it is cut to what the picture has
+    int32_t
+        rimWidth; ///< pixels, width of the outer rim; 0 is taken as 1, and it is cut to what the picture has
     int32_t grooveWidth; ///< pixels, width of the groove inside the rim; any value
     int32_t strength;    ///< percent of the light, any value
 };
@@ -187,3 +190,78 @@ struct tagParamSoftEdge {
 /// indices are taken for levels. The rows are read and written at byte 1064 whatever the number of colours; a block
 /// too small for that is refused. There is neither a poll nor progress, only the cursors.
 VELMONT_API void *ProcessSoftEdge(void *dib, tagParamSoftEdge *param);
+
+/// The record of ProcessLinearSharpen.
+struct tagParamLinearSharpen {
+    int32_t vertical; ///< 0 compares with the neighbours in the row, any other value with those in the column
+};
+
+/// Sharpens along one direction: a sample gains half of what it has beyond the mean of its two neighbours, counted
+/// twice; the fraction is dropped. A flat picture stays. Depths: 24 bits and 8 bits gray.
+VELMONT_API void *ProcessLinearSharpen(void *dib, tagParamLinearSharpen *param);
+
+/// The record of ProcessUserFilter.
+struct tagParamUserFilter {
+    int32_t divisor;    ///< of the sum; 0 is refused
+    int32_t bias;       ///< added after the division, in levels
+    int32_t reserved;   ///< not read
+    int32_t kernel[25]; ///< coefficients, 5 rows of 5; the first row is that of the highest stored row
+};
+
+/// A kernel of the caller's: the sum of 5 x 5 samples times their coefficients, divided, rounded with halves away
+/// from zero, and the bias. On a picture stored from the bottom up the kernel reads as the picture looks: its first
+/// row lies above the pixel. Each product is divided and rounded up from a half by itself, a negative one toward
+/// zero, in steps of 2^-18 level; hosts rely on the sums of these. Coefficients that come to about 32 times the
+/// divisor and more exceed 32 bits, and such samples may take any value. Depths: 24 bits and 8 bits gray.
+VELMONT_API void *ProcessUserFilter(void *dib, tagParamUserFilter *param);
+
+/// The record of ProcessUnsharpMask.
+struct tagParamUnsharpenMask {
+    int32_t size;      ///< width of the window in pixels, 2 to 32; others are refused
+    int32_t amount;    ///< percent of the difference that is added, 1 to 500; others are refused
+    int32_t threshold; ///< smallest difference that is boosted, 0 to 255; others are refused
+};
+
+/// Adds to each sample what it has beyond the mean that ProcessAverage gives for it. A sample below its mean loses
+/// by a difference that is counted one less, so that dark halos are a little weaker than light ones; hosts rely on
+/// it. Depths, polls and progress as for ProcessAverage.
+VELMONT_API void *ProcessUnsharpMask(void *dib, tagParamUnsharpenMask *param);
+
+/// The record of ProcessFindContour.
+struct tagParamFindContour {
+    int32_t enable;    ///< 0 is refused; it means nothing else
+    int32_t channel;   ///< 0 all three, 1 red, 2 green, 3 blue, others are refused; gray has but one
+    int32_t threshold; ///< 1 to 254, others are refused
+};
+
+/// Marks with 255 the inner rim of what is brighter than the threshold: samples above it with one of the four
+/// neighbours at or below it. All else is 0: the edge of the picture and the channels that take no part too. Each
+/// channel decides by itself. Pictures less than 4 pixels wide or high are refused. Depths: 24 bits and 8 bits
+/// gray. Polls and progress at the inner rows only.
+VELMONT_API void *ProcessFindContour(void *dib, tagParamFindContour *param);
+
+/// The record of ProcessEmboss.
+struct tagParamEmboss {
+    int32_t direction; ///< 1 to 8 as for ProcessMotionBlur, others are refused
+    int32_t style;     ///< 1 to 4, others are refused; see ProcessEmboss
+    int32_t depth;  ///< displacement in pixels, 1 to 10, others are refused; cut to half the width and height
+    uint32_t color; ///< 0x00BBGGRR, the ground of style 4; gray takes the low byte
+};
+
+/// Relief: the difference of the picture and itself, moved by `depth` pixels. Style 1 adds it, over twice the
+/// distance and as the mean of the channels, to the picture; 2 shows it by channels on 128; 3 as the mean of the
+/// channels on 128; 4 by channels on `color`. A band of `depth` pixels at the edge keeps the ground alone. Depths:
+/// 24 bits and 8 bits gray. Progress comes from the rows between the bands only; all rows poll.
+VELMONT_API void *ProcessEmboss(void *dib, tagParamEmboss *param);
+
+/// The record of ProcessSketch.
+struct tagParamSketch {
+    int32_t style;     ///< 1 light lines on black, 2 dark lines on white; others are refused
+    int32_t threshold; ///< the faintest line that is drawn, 0 to 254; others are refused
+};
+
+/// Draws the edges: a sample's two slopes, the one down the columns held to 255, are added and held to 255; what is
+/// below the threshold is background. At 24 bits style 2 draws the mean of the channels. The outermost pixels are
+/// background. Pictures less than 4 pixels wide or high are refused. Depths: 24 bits and 8 bits gray. The inner rows
+/// poll twice, each time with a half of the progress.
+VELMONT_API void *ProcessSketch(void *dib, tagParamSketch *param);

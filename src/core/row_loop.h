@@ -16,15 +16,17 @@ struct RowCadence {
     int percentSpan = 100; ///< what all rows together add to that
     int percentOf = 0;     ///< rows that add it where they are not those of the range
     int percentShares = 1; ///< into so many parts the span is cut, of which the rows add one
+    int firstRow = 0;      ///< where the range starts
 };
 
 /// The cadences of an effect of two passes, the rows first and the columns second.
 inline constexpr RowCadence kFirstPass{.percentSpan = 50};
 inline constexpr RowCadence kSecondPass{.percentFrom = 50, .percentSpan = 50};
 
-/// A range over rows 0 to rows - 1. Before each row AbortImageProcessing is polled, and any answer but 0 ends the
-/// range and sets `aborted`; then, before every sixteenth row, progress is reported. A range that starts when
-/// `aborted` is set already is empty and polls nothing, so that an abort in one pass skips the later ones.
+/// A range over rows 0, or the cadence's first, to rows - 1. Before each row AbortImageProcessing is polled, and
+/// any answer but 0 ends the range and sets `aborted`; then, before every sixteenth row, progress is reported. A
+/// range that starts when `aborted` is set already is empty and polls nothing, so that an abort in one pass skips
+/// the later ones.
 class RowLoop {
 public:
     RowLoop(int rows, bool &aborted, RowCadence cadence = {})
@@ -62,7 +64,7 @@ public:
         int row_;
     };
 
-    Iterator begin() const { return {*this, 0}; }
+    Iterator begin() const { return {*this, cadence_.firstRow}; }
     End end() const { return {}; }
 
 private:

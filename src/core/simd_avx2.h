@@ -40,6 +40,13 @@ namespace {
     return _mm_loadu_si128(reinterpret_cast<const __m128i *>(from));
 }
 
+/// Bytes of `ground` + `a` - `b`, held to 0 to 255.
+[[maybe_unused]] inline __m256i plusDifference(__m256i ground, __m256i a, __m256i b)
+{
+    // One of the differences is 0.
+    return _mm256_subs_epu8(_mm256_adds_epu8(ground, _mm256_subs_epu8(a, b)), _mm256_subs_epu8(b, a));
+}
+
 /// Thirty-two 24-bit pixels, taken apart into a vector for each byte of a pixel. In memory they are two runs
 /// of sixteen pixels or 48 bytes; each half of a vector holds what one run has.
 struct Pixels {

@@ -73,7 +73,7 @@ struct NarrowRows {
 /// SlidingBoxPass down all columns at once: a sum for each byte of a row.
 template <typename Rows>
 void slideDown(const ColumnStrip &strip, int64_t size, const BoxMix &mix, const Rows &rows, uint8_t *scratch,
-               uint8_t *kept)
+               uint8_t *kept, const RowDone &rowDone)
 {
     using Sum = typename Rows::Sum;
     auto *const sums = reinterpret_cast<Sum *>(scratch);
@@ -99,6 +99,8 @@ void slideDown(const ColumnStrip &strip, int64_t size, const BoxMix &mix, const 
         const uint8_t *const other =
             mix.weight != 0 ? mix.top + strip.stride * static_cast<std::size_t>(y) : leave;
         rows.emit(strip.row(y), sums, enter, leave, other, mix.weight, strip.bytes);
+        if (rowDone)
+            rowDone(y);
     }
 }
 
@@ -109,14 +111,15 @@ std::size_t boxColumnsScratch(int height, int64_t size, std::size_t stripBytes)
     return stripBytes * (sizeof(uint64_t) + static_cast<std::size_t>(keptRows(height, size)));
 }
 
-void boxColumns(const ColumnStrip &strip, int64_t size, const BoxMix &mix, uint8_t *scratch)
+void boxColumns(const ColumnStrip &strip, int64_t size, const BoxMix &mix, uint8_t *scratch,
+                const RowDone &rowDone)
 {
     const int64_t divisor = size + mix.weight;
     uint8_t *const kept = scratch + strip.bytes * sizeof(uint64_t);
     if (divisor <= NarrowBoxRounding::kLargestDivisor)
-        slideDown(strip, size, mix, NarrowRows{NarrowBoxRounding(divisor)}, scratch, kept);
+        slideDown(strip, size, mix, NarrowRows{NarrowBoxRounding(divisor)}, scratch, kept, rowDone);
     else
-        slideDown(strip, size, mix, WideRows{BoxRounding(divisor)}, scratch, kept);
+        slideDown(strip, size, mix, WideRows{BoxRounding(divisor)}, scratch, kept, rowDone);
 }
 
 } // namespace velmont

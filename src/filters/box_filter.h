@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 
 namespace velmont {
 
@@ -118,8 +119,11 @@ struct BoxMix {
 
 /// Scratch bytes that boxColumns needs.
 std::size_t boxColumnsScratch(int height, int64_t size, std::size_t stripBytes);
+/// What a caller does with row y of a strip as soon as its means are there; they are not read again.
+using RowDone = std::function<void(int64_t y)>;
 /// Means along the columns of a strip, in place: the rounded mean of `size` samples and of `mix.weight` times
 /// the other picture's one.
-void boxColumns(const ColumnStrip &strip, int64_t size, const BoxMix &mix, uint8_t *scratch);
+void boxColumns(const ColumnStrip &strip, int64_t size, const BoxMix &mix, uint8_t *scratch,
+                const RowDone &rowDone = {});
 
 } // namespace velmont
