@@ -105,7 +105,7 @@ void *ProcessEmboss(void *dib, tagParamEmboss *param)
     if (!servesSamples(frame))
         return nullptr;
     const Dib &source = frame.source();
-    const ResultPlan plan = planOnSamples(source);
+    const ResultPlan plan = planWithColors(source);
     if (!frame.allocate(plan))
         return nullptr;
     ScratchBlock flat(sampleBytes(source));

@@ -34,7 +34,7 @@ void *ProcessFindContour(void *dib, tagParamFindContour *param)
     if (!servesSamples(frame) || !hasInnerPixels(frame.source()))
         return nullptr;
     const Dib &source = frame.source();
-    const ResultPlan plan = planOnSamples(source);
+    const ResultPlan plan = planWithColors(source);
     if (!frame.allocate(plan))
         return nullptr;
     ScratchBlock limits(sampleBytes(source));

@@ -15,7 +15,7 @@ void *ProcessSketch(void *dib, tagParamSketch *param)
     if (!servesSamples(frame) || !hasInnerPixels(frame.source()))
         return nullptr;
     const Dib &source = frame.source();
-    if (!frame.begin(planOnSamples(source)))
+    if (!frame.begin(planWithColors(source)))
         return nullptr;
     const ReliefKernels kernels = reliefKernels();
     const SketchRow draw = isDark && source.bitCount() == 24 ? kernels.meanSketch : kernels.sketch;

@@ -96,7 +96,7 @@ void *ProcessUserFilter(void *dib, tagParamUserFilter *param)
     if (!servesSamples(frame))
         return nullptr;
     const Dib &source = frame.source();
-    const ResultPlan plan = planOnSamples(source);
+    const ResultPlan plan = planWithColors(source);
     if (!frame.allocate(plan))
         return nullptr;
     ScratchBlock scratch(UserTaps::kProductBytes + RowsAround::bytes(source));
