@@ -7,7 +7,7 @@ using namespace velmont;
 
 void *ProcessMedian(void *dib, tagParamMedian *param)
 {
-    if (!param || param->size < 2 || param->size > kLargestMedian)
+    if (!param || param->size < kSmallestMedian || param->size > kLargestMedian)
         return nullptr;
     const int size = param->size;
     EffectFrame frame(dib);

@@ -82,23 +82,24 @@ void medianPlain(uint8_t *to, const MedianRows &rows)
         walkChannel(to, rows, channel);
 }
 
-void medianRanks(uint8_t *to, const MedianRows &rows)
+MedianRow medianByRanks(int size)
 {
-    medianByRanks(to, rows);
+    return medianOfSize(size);
 }
 
 } // namespace kernels
 
 MedianRow medianRow(int size)
 {
-    // The search costs the square of the size, the walk the size.
-    constexpr int kPaysTo = 5, kPaysToAvx2 = 9;
-    static_assert(kPaysToAvx2 <= kernels::kLargestByRanks);
+    if (size > kernels::kLargestByRanks)
+        return kernels::medianPlain;
 #if defined(__x86_64__)
+    if (cpuLevel() >= CpuLevel::Avx512)
+        return kernels::medianByRanksAvx512(size);
     if (cpuLevel() >= CpuLevel::Avx2)
-        return size <= kPaysToAvx2 ? kernels::medianRanksAvx2 : kernels::medianPlain;
+        return kernels::medianByRanksAvx2(size);
 #endif
-    return size <= kPaysTo ? kernels::medianRanks : kernels::medianPlain;
+    return kernels::medianByRanks(size);
 }
 
 } // namespace velmont

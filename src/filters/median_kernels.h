@@ -10,14 +10,18 @@
 ///     first output of a row: v[rank]
 ///     each further output:   the one before, held to v[rank] .. max(v[rank], v[rank + 1] - 1)
 ///
-/// so that two neighbouring ranks of each window, found in any way and order, give the row.
+/// so that two neighbouring ranks of each window, found in any way and order, give the row. For exactly the values
+/// from v[rank] up to v[rank + 1] - 1 have `rank` samples at or below them. Where there are such values, a candidate
+/// among them rests, one above them comes down to their last, and one below them, having fewer, goes up to their
+/// first, v[rank]. Where there are none, as v[rank + 1] is v[rank], a candidate that comes down goes on until it has
+/// fewer, just below v[rank], and takes one step back up; one that comes up stops there as well.
 
 #include <cstddef>
 #include <cstdint>
 
 namespace velmont {
 
-inline constexpr int kLargestMedian = 32;
+inline constexpr int kSmallestMedian = 2, kLargestMedian = 32;
 
 /// The rows of one output row's windows, and what the windows are.
 struct MedianRows {
@@ -36,10 +40,12 @@ namespace kernels {
 
 /// The walk.
 void medianPlain(uint8_t *to, const MedianRows &rows);
-/// By ranks; sizes up to 15.
-void medianRanks(uint8_t *to, const MedianRows &rows);
+/// By ranks, for windows of this size, 2 to kLargestByRanks.
+inline constexpr int kLargestByRanks = 9;
+MedianRow medianByRanks(int size);
 #if defined(__x86_64__)
-void medianRanksAvx2(uint8_t *to, const MedianRows &rows);
+MedianRow medianByRanksAvx2(int size);
+MedianRow medianByRanksAvx512(int size);
 #endif
 
 } // namespace kernels

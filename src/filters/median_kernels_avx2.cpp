@@ -3,9 +3,9 @@
 
 namespace velmont::kernels {
 
-void medianRanksAvx2(uint8_t *to, const MedianRows &rows)
+MedianRow medianByRanksAvx2(int size)
 {
-    medianByRanks(to, rows);
+    return medianOfSize(size);
 }
 
 } // namespace velmont::kernels

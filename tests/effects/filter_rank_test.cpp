@@ -350,30 +350,41 @@ TEST_F(Median, EverySizeAsThePlainLoop)
         }
 }
 
-// All versions on rows longer than a chunk, for all sizes that they take.
+/// The versions by ranks that this machine can run.
+std::vector<MedianRow> byRanks(int size)
+{
+    std::vector<MedianRow> versions{kernels::medianByRanks(size)};
+#if defined(__x86_64__)
+    if (cpuLevels().back() >= CpuLevel::Avx2)
+        versions.push_back(kernels::medianByRanksAvx2(size));
+    if (cpuLevels().back() >= CpuLevel::Avx512)
+        versions.push_back(kernels::medianByRanksAvx512(size));
+#endif
+    return versions;
+}
+
+// All versions against the walk on rows longer than a chunk, for all sizes that they take.
 TEST_F(Median, KernelsAgree)
 {
     const Bytes noisy = noise(32 * 2100, 5);
-    Bytes few = noisy;
+    Bytes few = noisy, extremes = noisy;
     for (uint8_t &byte : few)
         byte = static_cast<uint8_t>(byte / 50 * 60);
-    for (const Bytes &samples : {noisy, few})
+    for (uint8_t &byte : extremes)
+        byte = byte < 128 ? 0 : 255;
+    for (const Bytes &samples : {noisy, few, extremes})
         for (const auto &[pixels, channels] :
-             {std::pair<std::size_t, std::size_t>{2100, 1}, {700, 3}, {511, 1}})
-            for (int size = 2; size <= 15; ++size) {
+             {std::pair<std::size_t, std::size_t>{2100, 1}, {700, 3}, {511, 1}, {384, 1}, {128, 3}, {129, 3}})
+            for (int size = kSmallestMedian; size <= kernels::kLargestByRanks; ++size) {
                 MedianRows rows{{}, size, pixels, channels};
                 for (std::size_t j = 0; j < 32; ++j)
                     rows.row[j] = samples.data() + 2100 * j;
-                Bytes plain(pixels * channels), ranks(plain.size());
+                Bytes plain(pixels * channels + 1, 170), ranks = plain; // with a byte that is to stay
                 kernels::medianPlain(plain.data(), rows);
-                kernels::medianRanks(ranks.data(), rows);
-                ASSERT_EQ(ranks, plain) << size;
-#if defined(__x86_64__)
-                if (cpuLevels().back() >= CpuLevel::Avx2) {
-                    kernels::medianRanksAvx2(ranks.data(), rows);
+                for (const MedianRow version : byRanks(size)) {
+                    version(ranks.data(), rows);
                     ASSERT_EQ(ranks, plain) << size;
                 }
-#endif
             }
 }
 
