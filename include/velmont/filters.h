@@ -105,13 +105,14 @@ VELMONT_API void *ProcessOilPaint(void *dib, int radius);
 
 /// The record of ProcessSmartBlur. Every value of each field is accepted.
 struct tagSmartBlurParam {
-    float threshold; ///< how much of an edge is smoothed over, most at 1000 and less beyond; useful from 0
-    /// How far the means reach, most at 1000 (12.5 pixels) and less beyond, and how many of the edges are shown: all
-    /// but those of the share radius / 1000 of them that are strongest are left out; useful from 0.
+    /// How much of an edge is smoothed over, most at 1000 and less beyond; in the modes that show edges also how
+    /// strong one has to be: (threshold * 0.0005 + 0.5) times the level that `radius` finds. Useful from 0.
+    float threshold;
+    /// How far the means reach, most at 1000 (12.5 pixels) and less beyond. In the modes that show edges also the
+    /// share of them, radius / 1000, that lie above the level which `threshold` is applied to. Useful from 0.
     float radius;
     int32_t mode; ///< 1 smooths, 2 shows the edges in white on black, 3 in white over the smoothed image
-    int32_t
-        step; ///< samples of a row from one to the next that a mean takes, at least 1; below, nothing is smoothed
+    int32_t step; ///< a mean takes each such pixel of a row, 1 all of them; below 1 nothing is smoothed
 };
 
 /// Smooths an image and keeps its edges. Gray is a tenth of blue, six of green and three of red, each rounded down.
@@ -137,9 +138,8 @@ VELMONT_API void *Process3DGrid(void *dib, tagParam3DGrid *param);
 
 /// The record of ProcessInnerLevel. A field that holds 0 is overwritten with 1, also where the handle is refused.
 struct tagParamInnerLevel {
-    int32_t
-        marginDivisor; ///< the margin around the bevel is (width + height) / marginDivisor pixels, any value
-    int32_t bevelDivisor; ///< the bevel's width is (width + height) / bevelDivisor pixels, any value
+    int32_t marginDivisor; ///< the margin around the bevel is (width + height) / marginDivisor pixels; any
+    int32_t bevelDivisor;  ///< the bevel's width is (width + height) / bevelDivisor pixels; any value
 };
 
 /// A bevelled frame inside the picture, with a white mitre in one corner, and then the whole picture through a box
@@ -153,17 +153,16 @@ VELMONT_API void *ProcessInnerLevel(void *dib, tagParamInnerLevel *param);
 
 /// The record of ProcessButtonize.
 struct tagParamButtonize {
-    int32_t bevelWidth; ///< pixels, width of the left and right bands; 0 is taken as 1, below 0 is refused
-    int32_t
-        bevelHeight; ///< pixels, height of the first and last rows' bands; 0 is taken as 1, below 0 is refused
-    int32_t opacity; ///< percent, any value; 0 to 100 are of use
-    int32_t style;   ///< 1 keeps the opacity across a band, any other value fades it from the edge inward
-    uint32_t color;  ///< what the bands are mixed with, 0x00BBGGRR; gray images take the level 70
+    int32_t bevelWidth;  ///< pixels, width of the bands at the sides; 0 is taken as 1, below 0 is refused
+    int32_t bevelHeight; ///< pixels, height of the other two bands; 0 is taken as 1, below 0 is refused
+    int32_t opacity;     ///< percent, any value; 0 to 100 are of use
+    int32_t style;       ///< 1 keeps the opacity across a band, any other value fades it from the edge inward
+    uint32_t color;      ///< what the bands are mixed with, 0x00BBGGRR; gray images take the level 70
 };
 
 /// Makes a raised button of the picture: bands along its edges, mitred at the corners, the left one and the last
-/// stored rows lit, the right one and the first rows dark. Where no band
-/// reaches, the opacity of the pixel before it in stored order holds. Depths: 24 bits and 8 bits gray.
+/// stored rows lit, the right one and the first rows dark. Where no band reaches, the opacity of the pixel before
+/// it in stored order holds. Depths: 24 bits and 8 bits gray.
 VELMONT_API void *ProcessButtonize(void *dib, tagParamButtonize *param);
 
 /// The record of ProcessOuterLevel.
