@@ -5,6 +5,7 @@
 /// that the linker could pick for another.
 
 #include "filters/box_kernels.h"
+#include "filters/window_sums.h"
 
 namespace velmont::kernels {
 
@@ -26,35 +27,15 @@ struct Rounding {
     }
 };
 
-constexpr std::size_t kChunk = 1024;
-
-/// The windows of up to kChunk samples. Sums of 1, 2, 4 ... samples come from each other, and those that the bits
-/// of the size name make up the window.
+/// The windows of up to kWindowChunk samples.
 void boxChunk(uint8_t *__restrict to, const uint8_t *__restrict widened, std::size_t bytes,
               std::size_t channels, unsigned size, Rounding rounding)
 {
-    uint16_t powers[kChunk + 3 * NarrowBoxRounding::kLargestDivisor], sums[kChunk];
-    const std::size_t all = bytes + (size - 1) * channels;
-    for (std::size_t i = 0; i < all; ++i)
-        powers[i] = widened[i];
+    uint16_t sums[kWindowChunk];
     for (std::size_t i = 0; i < bytes; ++i)
         sums[i] = rounding.half;
     rounding.half = 0;
-    std::size_t start = 0, valid = all;
-    for (unsigned power = 1; power <= size; power *= 2) {
-        const std::size_t reach = power * channels;
-        if ((size & power) != 0) {
-            const uint16_t *const from = powers + start;
-            for (std::size_t i = 0; i < bytes; ++i)
-                sums[i] = static_cast<uint16_t>(sums[i] + from[i]);
-            start += reach;
-        }
-        if (power * 2 > size)
-            break;
-        valid -= reach;
-        for (std::size_t i = 0; i < valid; ++i)
-            powers[i] = static_cast<uint16_t>(powers[i] + powers[i + reach]);
-    }
+    addWindows(sums, widened, bytes, channels, size);
     for (std::size_t i = 0; i < bytes; ++i)
         to[i] = rounding.of(sums[i]);
 }
@@ -63,8 +44,9 @@ void boxRowRun(uint8_t *to, const uint8_t *widened, std::size_t bytes, std::size
                const NarrowBoxRounding &narrow)
 {
     const Rounding rounding(narrow);
-    for (std::size_t i = 0; i < bytes; i += kChunk)
-        boxChunk(to + i, widened + i, bytes - i < kChunk ? bytes - i : kChunk, channels, size, rounding);
+    for (std::size_t i = 0; i < bytes; i += kWindowChunk)
+        boxChunk(to + i, widened + i, bytes - i < kWindowChunk ? bytes - i : kWindowChunk, channels, size,
+                 rounding);
 }
 
 void boxColumnsRun(uint8_t *__restrict to, uint16_t *__restrict sums, const uint8_t *__restrict enter,

@@ -16,6 +16,8 @@ RayKernels rayPlain()
 RayKernels rayKernels()
 {
 #if defined(__x86_64__)
+    if (cpuLevel() >= CpuLevel::Avx512)
+        return kernels::rayAvx512();
     if (cpuLevel() >= CpuLevel::Avx2)
         return kernels::rayAvx2();
 #endif

@@ -28,6 +28,7 @@ namespace kernels {
 RayKernels rayPlain();
 #if defined(__x86_64__)
 RayKernels rayAvx2();
+RayKernels rayAvx512();
 #endif
 
 } // namespace kernels

@@ -6,6 +6,7 @@
 
 #include "filters/ray_kernels.h"
 #include "filters/short_division.h"
+#include "filters/window_sums.h"
 
 namespace velmont::kernels {
 
@@ -22,15 +23,11 @@ inline void slideRays(uint16_t *__restrict to, const uint16_t *__restrict sums,
 inline void sumAlong(uint16_t *__restrict sums, const uint8_t *__restrict row, std::size_t count,
                      std::size_t samples)
 {
-    uint16_t sum = 0;
-    const uint8_t *const leaving = row - samples;
-    for (std::size_t i = 1; i < samples; ++i)
-        sum = static_cast<uint16_t>(sum + leaving[i]);
-    sum = static_cast<uint16_t>(sum + leaving[0]);
-    for (std::size_t i = 0; i < count; ++i) {
-        sum = static_cast<uint16_t>(sum + (row[i] - leaving[i]));
-        sums[i] = sum;
-    }
+    for (std::size_t i = 0; i < count; ++i)
+        sums[i] = 0;
+    for (std::size_t i = 0; i < count; i += kWindowChunk)
+        addWindows(sums + i, row + i - (samples - 1), count - i < kWindowChunk ? count - i : kWindowChunk, 1,
+                   static_cast<unsigned>(samples));
 }
 
 inline uint16_t smallerOf(uint16_t a, uint16_t b)

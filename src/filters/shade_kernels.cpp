@@ -8,7 +8,7 @@ namespace kernels {
 
 ShadeKernels shadePlain()
 {
-    return {shadeRun, shadeRow, shadeTiles};
+    return {shadeRun, shadeTiles};
 }
 
 } // namespace kernels

@@ -9,12 +9,6 @@
 
 namespace velmont {
 
-/// What is added to a row's bytes and what is taken away; of a byte at least one is 0.
-struct Shades {
-    uint8_t *lighter;
-    uint8_t *darker;
-};
-
 /// Tiles: each byte's place in its tile both ways, as numbers of which the lowest bits count.
 struct TilePlaces {
     const uint8_t *column;
@@ -27,10 +21,8 @@ struct TilePlaces {
 struct ShadeKernels {
     /// The same shade all along, -255 to 255.
     void (*run)(uint8_t *to, const uint8_t *from, std::size_t bytes, int shade);
-    /// A shade for each byte.
-    void (*row)(uint8_t *to, const uint8_t *from, const Shades &shades, std::size_t bytes);
-    /// The shades of a row of raised tiles.
-    void (*tiles)(const Shades &to, const TilePlaces &places, std::size_t bytes);
+    /// A row of raised tiles.
+    void (*tiles)(uint8_t *to, const uint8_t *from, const TilePlaces &places, std::size_t bytes);
 };
 ShadeKernels shadeKernels();
 

@@ -7,7 +7,7 @@ namespace kernels {
 
 ShadeKernels shadeAvx2()
 {
-    return {shadeRun, shadeRow, shadeTiles};
+    return {shadeRun, shadeTiles};
 }
 
 } // namespace kernels

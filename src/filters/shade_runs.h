@@ -25,25 +25,15 @@ inline void shadeRun(uint8_t *__restrict to, const uint8_t *__restrict from, std
         to[i] = shaded(from[i], lighter, darker);
 }
 
-inline void shadeRow(uint8_t *__restrict to, const uint8_t *__restrict from, const Shades &shades,
-                     std::size_t bytes)
-{
-    const uint8_t *__restrict const lighter = shades.lighter;
-    const uint8_t *__restrict const darker = shades.darker;
-    for (std::size_t i = 0; i < bytes; ++i)
-        to[i] = shaded(from[i], lighter[i], darker[i]);
-}
-
 /// All bits of a byte where it holds.
 inline uint8_t allIf(bool holds)
 {
     return holds ? 255 : 0;
 }
 
-inline void shadeTiles(const Shades &to, const TilePlaces &places, std::size_t bytes)
+inline void shadeTiles(uint8_t *__restrict to, const uint8_t *__restrict from, const TilePlaces &places,
+                       std::size_t bytes)
 {
-    uint8_t *__restrict const lighter = to.lighter;
-    uint8_t *__restrict const darker = to.darker;
     const uint8_t *__restrict const column = places.column;
     const uint8_t *__restrict const walk = places.walk;
     const uint8_t mask = places.mask, near = static_cast<uint8_t>(mask - 1), shade = places.shade;
@@ -56,8 +46,8 @@ inline void shadeTiles(const Shades &to, const TilePlaces &places, std::size_t b
         const uint8_t first = allIf(p == 1), last = allIf(p == near);
         const auto light = static_cast<uint8_t>(last | (allIf(n == 1) & ~first));
         const auto dark = static_cast<uint8_t>(first | (allIf(n == near) & ~last));
-        lighter[i] = static_cast<uint8_t>(light & ~line & shade);
-        darker[i] = static_cast<uint8_t>(dark & ~line & shade);
+        to[i] = shaded(from[i], static_cast<uint8_t>(light & ~line & shade),
+                       static_cast<uint8_t>(dark & ~line & shade));
     }
 }
 
