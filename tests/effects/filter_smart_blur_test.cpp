@@ -364,6 +364,22 @@ TEST_F(SmartBlur, ByHandEdges)
     EXPECT_EQ(smartResult(image, {1000, 0, 2, 1}), filled(flat(8, 5, {0, 0, 0})));
 }
 
+TEST_F(SmartBlur, WeakEdgesAreNotAmongTheStrongest)
+{
+    // With a threshold of 1000 nothing above the level of the strongest edges is shown: white where they do not count,
+    // for then the level is 0. Green weighs 2 from 4 on and 3 from 5 on, and a step has four times that.
+    for (const auto &[green, isShown] : {std::pair{4, true}, {5, false}}) {
+        Pieces image = flat(8, 5, {0, 0, 0}), expected = image;
+        for (std::size_t y = 0; y < 5; ++y) {
+            for (std::size_t x = 4; x < 8; ++x)
+                image.rows[24 * y + 3 * x + 1] = static_cast<uint8_t>(green);
+            if (isShown)
+                std::fill_n(expected.rows.begin() + static_cast<std::ptrdiff_t>(24 * y + 9), 6, uint8_t{255});
+        }
+        EXPECT_EQ(smartResult(image, {1000, 0, 2, 1}), filled(expected)) << green;
+    }
+}
+
 TEST_F(SmartBlur, BorderRepeatsTheEdgesInside)
 {
     // A dark first column makes an edge at the second, which the first one takes over.
