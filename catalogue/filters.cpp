@@ -517,7 +517,7 @@ constexpr std::array kEmbossFields{
                                    .defaultValue = 2,
                                    .help = "how far the picture is moved"}),
     field<&tagParamEmboss::color>({.name = "color",
-                                   .unit = "0x00BBGGRR",
+                                   .unit = "colour",
                                    .minimum = 0,
                                    .maximum = 16777215,
                                    .defaultValue = 8421504,

@@ -63,7 +63,7 @@ public:
         relief_ = takesMean ? kernels.meanRelief : kernels.relief;
     }
 
-    /// Row y, of which the result has the ground already.
+    /// The inner pixels of row y.
     void write(uint8_t *to, const uint8_t *ground, int y) const
     {
         const uint8_t *const other = moved(y, depth_);

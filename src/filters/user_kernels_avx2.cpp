@@ -60,8 +60,7 @@ struct Levels {
     }
 };
 
-/// Puts back in memory order what unpacking bytes and packing words leave in it: nothing, within lanes. Sample i of
-/// a lane's sixteen lies in vector i / 4.
+/// The sample of 32 that unpacking puts into this element of this vector: within lanes, four to a vector.
 std::size_t placeOf(int vector, int element)
 {
     return static_cast<std::size_t>(16 * (element / 4) + 4 * vector + element % 4);

@@ -186,10 +186,10 @@ TEST(UserFilterTest, ValuesByHand)
 
 TEST(UserFilterTest, NegativeHalvesLoseAStep)
 {
-    // -1.5 is one step of 2^-18 too high: -1 and not -2. Without a fraction of a level nothing changes.
+    // -0.5 and -1.5 are one step of 2^-18 too high: they round to 0 and -1, which whole levels do not notice.
     EXPECT_EQ(levelsOf(levelRow({0, 1, 2, 3}), user(spike(2, 2, -1), 2, 100)), (Bytes{100, 100, 99, 99}));
     EXPECT_EQ(levelsOf(levelRow({0, 1, 2, 3}), user(spike(2, 2, 1), -2, 100)), (Bytes{100, 100, 99, 99}));
-    // Halves of sums of positive products go away from zero, and so do those of a sum whose parts make up for it.
+    // Halves of positive products go away from zero.
     EXPECT_EQ(levelsOf(levelRow({0, 1, 2, 3}), user(spike(2, 2, 1), 2, 100)), (Bytes{100, 101, 101, 102}));
 }
 
@@ -372,7 +372,6 @@ TEST(UnsharpMaskTest, AgreesWithThePlainLoop)
 
 TEST(UnsharpMaskTest, ThresholdOf255)
 {
-    // Blurs of 0 beside 255 and of 255 beside 0 do not occur in a window, so that the table tells it.
     const Boost boost(100, 255);
     for (int d = -256; d < 255; ++d)
         EXPECT_EQ(boost[d], d == -256 ? -255 : 0) << d;
