@@ -97,6 +97,12 @@ void EffectFrame::clearPadding(int y)
         std::memset(start, 0, static_cast<std::size_t>(end - start));
 }
 
+void EffectFrame::clearPadding()
+{
+    for (int y = 0; y < result_->height(); ++y)
+        clearPadding(y);
+}
+
 void *EffectFrame::finish()
 {
     sourceLock_.unlock();

@@ -90,6 +90,8 @@ public:
     }
     /// For a result that is not zero-filled: clears what lies behind the pixels of a row.
     void clearPadding(int y);
+    /// The same for all rows, for an effect that does not write row after row.
+    void clearPadding();
     /// The rows of the source; an abort ends the range and the effect.
     RowLoop rows(RowCadence cadence = {}) { return steps(source_->height(), cadence); }
     /// The columns of the source, for passes that go through them.

@@ -11,4 +11,8 @@ struct FrameSteps {
     bool finalReport = true; ///< 100 percent at the end
 };
 
+/// Neither cursor nor poll nor progress from the frame.
+inline constexpr FrameSteps kSilent{
+    .waitCursor = false, .droppedPoll = false, .arrowCursor = false, .finalReport = false};
+
 } // namespace velmont

@@ -78,15 +78,12 @@ void slideDown(const ColumnStrip &strip, int64_t size, const BoxMix &mix, const 
     using Sum = typename Rows::Sum;
     auto *const sums = reinterpret_cast<Sum *>(scratch);
     const int64_t half = size / 2, rowsKept = keptRows(strip.height, size), last = strip.height - 1;
-    for (std::size_t i = 0; i < strip.bytes; ++i)
-        sums[i] = static_cast<Sum>(static_cast<Sum>(half) * strip.row(0)[i]);
-    const int64_t ahead = size - half;
-    for (int64_t y = 0; y < std::min(ahead, last + 1); ++y)
+    std::fill_n(sums, strip.bytes, Sum{0});
+    addFirstBox(strip.height, size, [&](int y, int64_t times) {
+        const auto weight = static_cast<Sum>(times);
         for (std::size_t i = 0; i < strip.bytes; ++i)
-            sums[i] = static_cast<Sum>(sums[i] + strip.row(y)[i]);
-    if (ahead > last + 1)
-        for (std::size_t i = 0; i < strip.bytes; ++i)
-            sums[i] = static_cast<Sum>(sums[i] + static_cast<Sum>(ahead - last - 1) * strip.row(last)[i]);
+            sums[i] = static_cast<Sum>(sums[i] + weight * strip.row(y)[i]);
+    });
 
     const auto keptRow = [&](int64_t y) {
         return kept + static_cast<std::size_t>(y % rowsKept) * strip.bytes;

@@ -45,23 +45,34 @@ struct NarrowBoxRounding {
     int before; ///< the shift before the product
 
     explicit NarrowBoxRounding(int64_t divisor);
-    uint8_t operator()(uint16_t sum) const
+    // Never a function of its own: sources for an instruction set use it in their loops.
+    [[gnu::always_inline]] uint8_t operator()(uint16_t sum) const
     {
         const auto shifted = static_cast<uint16_t>((sum + half) << before);
         return static_cast<uint8_t>(static_cast<uint16_t>(uint32_t{shifted} * factor >> 16) >> 7);
     }
 };
 
-/// A sum over the window before the first sample of a line, sample(position) as Sum.
+/// What is in the window before the first sample of a line: add(position, times) for samples of the line.
+template <typename Add>
+void addFirstBox(int length, int64_t size, Add add)
+{
+    const int64_t ahead = size - size / 2;
+    add(0, size / 2);
+    for (int i = 0; i < std::min<int64_t>(ahead, length); ++i)
+        add(i, 1);
+    if (ahead > length)
+        add(length - 1, ahead - length);
+}
+
+/// A sum over that window, sample(position) as Sum.
 template <typename Sum, typename Sample>
 Sum firstBoxSum(int length, int64_t size, Sample sample)
 {
-    const int64_t ahead = size - size / 2;
-    Sum sum = static_cast<Sum>(static_cast<Sum>(size / 2) * sample(0));
-    for (int i = 0; i < std::min<int64_t>(ahead, length); ++i)
-        sum = static_cast<Sum>(sum + sample(i));
-    if (ahead > length)
-        sum = static_cast<Sum>(sum + static_cast<Sum>(ahead - length) * sample(length - 1));
+    Sum sum = 0;
+    addFirstBox(length, size, [&](int position, int64_t times) {
+        sum = static_cast<Sum>(sum + static_cast<Sum>(times) * sample(position));
+    });
     return sum;
 }
 

@@ -1,5 +1,6 @@
 #include "filters/median_kernels.h"
 #include "core/cpu.h"
+#include "filters/median_columns.h"
 #include "filters/median_runs.h"
 #include <algorithm>
 #include <span>
@@ -100,6 +101,15 @@ MedianRow medianRow(int size)
         return kernels::medianByRanksAvx2(size);
 #endif
     return kernels::medianByRanks(size);
+}
+
+MedianOfColumns medianOfColumns([[maybe_unused]] int size)
+{
+#if defined(__x86_64__)
+    if (cpuLevel() >= CpuLevel::Avx2 && size > kernels::kLargestByRanks)
+        return kernels::medianOfColumnsAvx2;
+#endif
+    return nullptr;
 }
 
 } // namespace velmont

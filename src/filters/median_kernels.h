@@ -41,7 +41,7 @@ namespace kernels {
 /// The walk.
 void medianPlain(uint8_t *to, const MedianRows &rows);
 /// By ranks, for windows of this size, 2 to kLargestByRanks.
-inline constexpr int kLargestByRanks = 9;
+inline constexpr int kLargestByRanks = 10;
 MedianRow medianByRanks(int size);
 #if defined(__x86_64__)
 MedianRow medianByRanksAvx2(int size);

@@ -176,8 +176,8 @@ void *ProcessMotionBlur(void *dib, tagParamMotionBlur *param)
     // Cut for all directions alike, so that a ray along the longer side is shortened by the other one too.
     if (source.width() <= distance || source.height() <= distance)
         distance = std::min(source.width(), source.height());
-    const DibLayout &layout = source.layout();
-    if (!frame.allocate({layout, Contents::Overwritten}))
+    const ResultPlan plan = planOnSamples(source);
+    if (!frame.allocate(plan))
         return nullptr;
     std::optional<ScratchBlock> scratch;
     if (heading.isDiagonal()) {
@@ -185,15 +185,15 @@ void *ProcessMotionBlur(void *dib, tagParamMotionBlur *param)
         if (!scratch->bytes())
             return frame.giveUp();
     }
-    frame.open(layout.pixelOffset);
+    frame.open(plan.headerBytes);
     if (heading.isDiagonal())
         blurDiagonally(frame, heading, distance, reinterpret_cast<uint16_t *>(scratch->bytes()));
     else if (heading.dx != 0)
         blurRows(frame, heading, distance);
     else
         blurColumns(frame, heading, distance);
-    for (int y = 0; y < source.height() && !frame.isAborted(); ++y)
-        frame.clearPadding(y);
+    if (!frame.isAborted())
+        frame.clearPadding();
     scratch.reset();
     return frame.finish();
 }

@@ -4,6 +4,7 @@
 /// The loops of the motion blur, written for a compiler to turn into vectors; each source that includes them
 /// compiles them for its instruction set. All of it has internal linkage and calls nothing outside.
 
+#include "filters/edge_row.h"
 #include "filters/motion_kernels.h"
 #include "filters/short_division.h"
 #include <cstring>
@@ -17,25 +18,6 @@ inline void divideRun(uint8_t *__restrict to, const uint16_t *__restrict sums, s
     const Division by = divisionBy(divisor);
     for (std::size_t i = 0; i < count; ++i)
         to[i] = dividedBy(by, sums[i]);
-}
-
-/// `count` bytes of a row from `first` on, which may lie outside; there the row's edge pixels repeat. `first` and
-/// `count` are whole pixels.
-inline void gatherRow(uint8_t *to, const uint8_t *row, std::ptrdiff_t bytes, std::ptrdiff_t channels,
-                      std::ptrdiff_t first, std::ptrdiff_t count)
-{
-    std::ptrdiff_t at = 0;
-    for (; at < count && first + at < 0; at += channels)
-        for (std::ptrdiff_t channel = 0; channel < channels; ++channel)
-            to[at + channel] = row[channel];
-    const std::ptrdiff_t rest = bytes - (first + at) < count - at ? bytes - (first + at) : count - at;
-    if (rest > 0) {
-        std::memcpy(to + at, row + first + at, static_cast<std::size_t>(rest));
-        at += rest;
-    }
-    for (; at < count; at += channels)
-        for (std::ptrdiff_t channel = 0; channel < channels; ++channel)
-            to[at + channel] = row[bytes - channels + channel];
 }
 
 /// to[i] = a[i] + b[i]
@@ -60,9 +42,9 @@ inline void rayRow(uint8_t *to, const uint8_t *from, std::size_t pixels, std::si
     for (std::size_t start = 0; start < bytes; start += kChunk) {
         const std::size_t count = bytes - start < kChunk ? bytes - start : kChunk;
         std::size_t length = count + reach;
-        gatherRow(samples, from, static_cast<std::ptrdiff_t>(bytes), static_cast<std::ptrdiff_t>(channels),
-                  static_cast<std::ptrdiff_t>(start) - static_cast<std::ptrdiff_t>(isForward ? 0 : reach),
-                  static_cast<std::ptrdiff_t>(length));
+        copyWithEdges(samples, from, bytes, channels,
+                      static_cast<std::ptrdiff_t>(start) - static_cast<std::ptrdiff_t>(isForward ? 0 : reach),
+                      length);
         uint16_t *power = powers[0], *nextPower = powers[1], *sum = nullptr, *nextSum = sums[0];
         for (std::size_t i = 0; i < length; ++i)
             power[i] = samples[i];

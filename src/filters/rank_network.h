@@ -12,7 +12,7 @@ namespace velmont::kernels {
 
 namespace {
 
-constexpr int kMostWires = 64, kMostExchanges = 256;
+constexpr int kMostWires = 64, kMostExchanges = 512;
 
 /// Pairs of wires of which the first gets the lower value and the second the higher, one after the other, and the
 /// wires in the order of their values at the end.

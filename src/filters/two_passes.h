@@ -7,6 +7,7 @@
 #include "core/effect_frame.h"
 #include "core/scratch_block.h"
 #include "filters/box_filter.h"
+#include "filters/edge_row.h"
 #include "filters/sample_frame.h"
 #include <cstring>
 
@@ -26,11 +27,8 @@ inline void widenRow(uint8_t *widened, const uint8_t *from, std::size_t rowBytes
                      std::size_t pixelsBefore, std::size_t pixelsAfter)
 {
     const std::size_t before = pixelsBefore * channels, after = pixelsAfter * channels;
-    for (std::size_t i = 0; i < before; ++i)
-        widened[i] = from[i % channels];
-    std::memcpy(widened + before, from, rowBytes);
-    for (std::size_t i = 0; i < after; ++i)
-        widened[before + rowBytes + i] = from[rowBytes - channels + i % channels];
+    copyWithEdges(widened, from, rowBytes, channels, -static_cast<std::ptrdiff_t>(before),
+                  before + rowBytes + after);
 }
 
 /// Both passes on the frame. row(to, from, scratch) filters one row, strip(strip, firstByte, scratch) the columns

@@ -138,7 +138,7 @@ void buildColorTables(ChannelTables &tables, const LevelsRecord &levels)
 }
 
 /// Neither polls nor progress in this effect.
-constexpr FrameSteps kSilent{.droppedPoll = false, .finalReport = false};
+constexpr FrameSteps kCursorsOnly{.droppedPoll = false, .finalReport = false};
 
 void mapRows(EffectFrame &frame, const LevelsRecord &levels)
 {
@@ -177,7 +177,7 @@ void *ProcessAutoLevel(void *dib, tagParamAutoLevel *param)
         return nullptr;
     param->gammaLevel = 0; // it counts once, whatever becomes of this run
 
-    EffectFrame frame(dib, kSilent);
+    EffectFrame frame(dib, kCursorsOnly);
     if (!frame.serves({8, 24}) || ClassifyDibHeader(frame.source()) == 3)
         return nullptr;
     const Dib &source = frame.source();

@@ -120,10 +120,6 @@ void balanceRows(ViewFrame &frame, const Balance &balance)
         frame.abort();
 }
 
-/// The cursors come later here, and the end is told before the blocks are unlocked.
-constexpr FrameSteps kSilent{
-    .waitCursor = false, .droppedPoll = false, .arrowCursor = false, .finalReport = false};
-
 } // namespace
 
 } // namespace velmont
@@ -136,6 +132,7 @@ void *ProcessColorBalance(void *dib, tagColorBalance *param)
     // one lock more on the image: hosts rely on it.
     if (!param || !KelMemLock(dib))
         return nullptr;
+    // The cursors come later here, and the end is told before the blocks are unlocked.
     ViewFrame frame(dib, kSilent);
     if (!frame.hasPixels() || frame.layout().bitCount == 8) {
         KelMemUnlock(dib);

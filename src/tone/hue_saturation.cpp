@@ -61,10 +61,6 @@ SectorTables tablesFor(const tagHueSaturateParam &param)
     return tables;
 }
 
-/// Neither cursor nor poll nor progress.
-constexpr FrameSteps kSilent{
-    .waitCursor = false, .droppedPoll = false, .arrowCursor = false, .finalReport = false};
-
 void adjustColorRows(ViewFrame &frame, const SectorTables &tables)
 {
     const DibLayout &layout = frame.layout();

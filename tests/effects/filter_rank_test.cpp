@@ -2,11 +2,15 @@
 
 #include "filters/extreme_kernels.h"
 #include "filters/median_kernels.h"
+#include "platform/memory.h"
 #include "tests/effects/tone_testing.h"
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <numeric>
 #include <velmont/effects.h>
+#include <velmont/environment.h>
 #include <velmont/filters.h>
 
 namespace velmont::testing {
@@ -97,14 +101,14 @@ PlaneFilter plainMedian(int size)
         for (int y = 0; y < plane.height; ++y) {
             int candidate = -1;
             for (int x = 0; x < plane.width; ++x) {
-                std::vector<int> window;
+                std::array<int, 256> counts{};
                 for (int j = 0; j < size; ++j)
                     for (int i = 0; i < size; ++i)
-                        window.push_back(plane.at(std::clamp(x + i - size / 2, 0, plane.width - 1),
-                                                  std::clamp(y + j - size / 2, 0, plane.height - 1)));
+                        ++counts[static_cast<std::size_t>(
+                            plane.at(std::clamp(x + i - size / 2, 0, plane.width - 1),
+                                     std::clamp(y + j - size / 2, 0, plane.height - 1)))];
                 const auto atOrBelow = [&](int value) {
-                    return static_cast<int>(
-                        std::count_if(window.begin(), window.end(), [=](int each) { return each <= value; }));
+                    return std::accumulate(counts.begin(), counts.begin() + value + 1, 0);
                 };
                 if (atOrBelow(candidate) > rank) {
                     while (atOrBelow(candidate) > rank)
@@ -151,15 +155,18 @@ protected:
 class MaxMin : public RankFilters {};
 class Median : public RankFilters {};
 
-/// Sizes of images: narrow ones, each remainder of a vector, some beyond a chunk of the kernels.
-std::vector<std::pair<int, int>> measures()
+constexpr int kMostColumns = 40, kMostRows = 18;
+
+/// On every level the effect gives the bytes of the plain filter.
+void expectOnEveryLevel(const Pieces &image, const Effect &effect, const PlaneFilter &plain,
+                        const std::string &what)
 {
-    std::vector<std::pair<int, int>> all;
-    for (int width = 1; width <= 40; ++width)
-        all.emplace_back(width, 1 + width * 7 % 18);
-    for (int height = 1; height <= 18; ++height)
-        all.emplace_back(1 + height * 11 % 40, height);
-    return all;
+    const Bytes expected = filtered(image, plain);
+    for (const CpuLevel level : cpuLevels()) {
+        limitCpuLevel(level);
+        ASSERT_EQ(resultOf(image, effect), expected) << image.header.biWidth << " x " << image.header.biHeight
+                                                     << " x " << image.header.biBitCount << ", " << what;
+    }
 }
 
 TEST_F(MaxMin, RefusesSizesAndNulls)
@@ -221,17 +228,15 @@ TEST_F(MaxMin, LinesOfOneSampleReadNothing)
 
 TEST_F(MaxMin, EveryMeasureAsThePlainLoop)
 {
-    for (const CpuLevel level : cpuLevels()) {
-        limitCpuLevel(level);
-        int next = 2;
-        for (const auto &[width, height] : measures())
+    int next = 2;
+    for (int width = 1; width <= kMostColumns; ++width)
+        for (int height = 1; height <= kMostRows; ++height)
             for (const Pieces &image : {gray(width, height), trueColor(width, height)})
-                for (const int size : {2, 3, 32, next = next == 32 ? 2 : next + 1})
-                    for (const int isMax : {0, 1})
-                        ASSERT_EQ(resultOf(image, maxMin(size, isMax)),
-                                  filtered(image, plainMaxMin(size, isMax != 0)))
-                            << width << " x " << height << ", size " << size << (isMax ? " max" : " min");
-    }
+                for (const int isMax : {0, 1}) {
+                    next = next == 32 ? 2 : next + 1;
+                    expectOnEveryLevel(image, maxMin(next, isMax), plainMaxMin(next, isMax != 0),
+                                       std::to_string(next));
+                }
 }
 
 TEST_F(MaxMin, LargeImagesAsThePlainLoop)
@@ -326,28 +331,68 @@ TEST_F(Median, ByHand)
 
 TEST_F(Median, EveryMeasureAsThePlainLoop)
 {
-    for (const CpuLevel level : cpuLevels()) {
-        limitCpuLevel(level);
-        int next = 2;
-        for (const auto &[width, height] : measures())
-            for (const Pieces &image : {gray(width, height), trueColor(width, height),
-                                        coarse(gray(width, height)), coarse(trueColor(width, height))})
-                for (const int size : {3, next = next == 32 ? 2 : next + 1})
-                    ASSERT_EQ(resultOf(image, median(size)), filtered(image, plainMedian(size)))
-                        << width << " x " << height << ", size " << size;
-    }
+    int next = 2;
+    bool isCoarse = false;
+    for (int width = 1; width <= kMostColumns; ++width)
+        for (int height = 1; height <= kMostRows; ++height)
+            for (const Pieces &image : {gray(width, height), trueColor(width, height)}) {
+                next = next == 32 ? 2 : next + 1;
+                isCoarse = next == 2 ? !isCoarse : isCoarse;
+                expectOnEveryLevel(isCoarse ? coarse(image) : image, median(next), plainMedian(next),
+                                   std::to_string(next));
+            }
 }
 
 TEST_F(Median, EverySizeAsThePlainLoop)
 {
     for (int size = 2; size <= 32; ++size)
-        for (const Pieces &image : {gray(23, 5), coarse(trueColor(9, 4))}) {
-            const Bytes expected = filtered(image, plainMedian(size));
-            for (const CpuLevel level : cpuLevels()) {
-                limitCpuLevel(level);
-                ASSERT_EQ(resultOf(image, median(size)), expected) << size;
-            }
+        for (const Pieces &image :
+             {gray(61, 5), trueColor(45, 4), coarse(gray(23, 35)), coarse(trueColor(9, 4))})
+            expectOnEveryLevel(image, median(size), plainMedian(size), std::to_string(size));
+}
+
+// Large windows count columns in memory of their own, and do without it where there is none.
+TEST_F(Median, WithoutMemoryForCounts)
+{
+    for (const int size : {3, 16, 32})
+        for (const auto &[order, nth] :
+             {std::pair{&memory_hooks::failAllocation, 2}, {&memory_hooks::failLock, 3}}) {
+            const Effect withFailure = [size, order = order, nth = nth](void *dib) {
+                order(nth);
+                void *const result = median(size)(dib);
+                order(0);
+                return result;
+            };
+            expectOnEveryLevel(trueColor(19, 18), withFailure, plainMedian(size), std::to_string(size));
         }
+}
+
+/// Turns over each pixel of the picture that a filter works on.
+uint8_t *pictureToChange;
+std::size_t bytesToChange;
+int changePicture()
+{
+    std::for_each_n(pictureToChange, bytesToChange, [](uint8_t &byte) { byte ^= 255; });
+    return 0;
+}
+
+// A host that changes its picture when it is asked gets some picture and no harm.
+TEST_F(Median, PictureChangedMeanwhile)
+{
+    const Pieces image = trueColor(40, 40);
+    const Handle source = image.handle();
+    pictureToChange = static_cast<uint8_t *>(KelMemLock(source)) + 40;
+    bytesToChange = image.rows.size();
+    for (const CpuLevel level : cpuLevels()) {
+        limitCpuLevel(level);
+        for (const int size : {3, 10, 11, 32}) {
+            SetProcessEnvironment(changePicture, nullptr);
+            const Handle result(median(size)(source));
+            SetProcessEnvironment(nullptr, nullptr);
+            EXPECT_NE(result, nullptr);
+        }
+    }
+    KelMemUnlock(source);
 }
 
 /// The versions by ranks that this machine can run.
