@@ -151,7 +151,7 @@ constexpr std::array kSmartBlurFields{
 };
 static_assert(coverRecord<tagSmartBlurParam>(kSmartBlurFields));
 constexpr std::array kCellSizes{Choice{"medium", 1}, Choice{"small", 2}, Choice{"large", 3}};
-constexpr std::array kReliefs{Choice{"deep", 0}, Choice{"medium", 1}, Choice{"shallow", 2}};
+constexpr std::array kTileDepths{Choice{"deep", 0}, Choice{"medium", 1}, Choice{"shallow", 2}};
 constexpr std::array kGridForms{Choice{"straight", 0}, Choice{"wandering", 1}};
 
 constexpr std::array k3DGridFields{
@@ -168,7 +168,7 @@ constexpr std::array k3DGridFields{
                                    .maximum = 2,
                                    .defaultValue = 1,
                                    .help = "how far the tiles stand out",
-                                   .choices = kReliefs}),
+                                   .choices = kTileDepths}),
     field<&tagParam3DGrid::jitter>({.name = "jitter",
                                     .unit = "",
                                     .minimum = 0,
