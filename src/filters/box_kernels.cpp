@@ -10,7 +10,7 @@ BoxKernels boxKernels()
     if (cpuLevel() >= CpuLevel::Avx2)
         return kernels::boxKernelsAvx2();
 #endif
-    return {kernels::boxRowRun, kernels::boxColumnsRun, kernels::boxMixedRun};
+    return {kernels::boxRowRun, kernels::boxColumnsRun, kernels::boxMixedRun, kernels::boxMiddleRun};
 }
 
 } // namespace velmont
