@@ -7,6 +7,8 @@ namespace velmont {
 BoxKernels boxKernels()
 {
 #if defined(__x86_64__)
+    if (cpuLevel() >= CpuLevel::Avx512)
+        return kernels::boxKernelsAvx512();
     if (cpuLevel() >= CpuLevel::Avx2)
         return kernels::boxKernelsAvx2();
 #endif

@@ -29,6 +29,7 @@ namespace kernels {
 
 #if defined(__x86_64__)
 BoxKernels boxKernelsAvx2();
+BoxKernels boxKernelsAvx512();
 #endif
 
 } // namespace kernels
