@@ -15,7 +15,8 @@ CpuLevel detect()
     if (!__builtin_cpu_supports("avx2"))
         return CpuLevel::Baseline;
     const bool avx512 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-                        __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi");
+                        __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi") &&
+                        __builtin_cpu_supports("avx512vnni");
     return avx512 ? CpuLevel::Avx512 : CpuLevel::Avx2;
 #else
     return CpuLevel::Baseline;

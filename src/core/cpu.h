@@ -8,7 +8,7 @@ namespace velmont {
 enum class CpuLevel {
     Baseline, ///< what every build may use: the plain versions
     Avx2,
-    Avx512, ///< F, BW, VL and VBMI
+    Avx512, ///< F, BW, VL, VBMI and VNNI
 };
 
 /// The level of this machine, held to the limit that was set.

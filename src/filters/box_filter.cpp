@@ -14,6 +14,15 @@ NarrowBoxRounding::NarrowBoxRounding(int64_t divisor) : half(static_cast<uint16_
     factor = static_cast<uint16_t>(((uint64_t{1} << (15 + bits)) + wide - 1) / wide);
 }
 
+// The factor is too large by up to 1, so that a sum below 256 * divisor comes out too large by less than
+// 256 * divisor / 2^shift: below 1 / divisor, which no fraction of it lacks to the next whole.
+MiddleBoxRounding::MiddleBoxRounding(int64_t divisor) : half(static_cast<uint32_t>(divisor / 2))
+{
+    const auto wide = static_cast<uint64_t>(divisor);
+    shift = static_cast<unsigned>(8 + 2 * std::bit_width(wide));
+    factor = static_cast<uint32_t>((uint64_t{1} << shift) / wide + 1);
+}
+
 void boxRow(uint8_t *__restrict to, const uint8_t *__restrict from, int width, int channels, int64_t size,
             const BoxRounding &rounding)
 {
@@ -70,6 +79,18 @@ struct NarrowRows {
     }
 };
 
+struct MiddleRows {
+    using Sum = uint32_t;
+    MiddleBoxRounding rounding;
+    BoxKernels kernels = boxKernels();
+
+    void emit(uint8_t *to, Sum *sums, const uint8_t *enter, const uint8_t *leave, const uint8_t *other,
+              int64_t weight, std::size_t bytes) const
+    {
+        kernels.middle(to, sums, enter, leave, other, static_cast<Sum>(weight), bytes, rounding);
+    }
+};
+
 /// SlidingBoxPass down all columns at once: a sum for each byte of a row.
 template <typename Rows>
 void slideDown(const ColumnStrip &strip, int64_t size, const BoxMix &mix, const Rows &rows, uint8_t *scratch,
@@ -115,6 +136,8 @@ void boxColumns(const ColumnStrip &strip, int64_t size, const BoxMix &mix, uint8
     uint8_t *const kept = scratch + strip.bytes * sizeof(uint64_t);
     if (divisor <= NarrowBoxRounding::kLargestDivisor)
         slideDown(strip, size, mix, NarrowRows{NarrowBoxRounding(divisor)}, scratch, kept, rowDone);
+    else if (divisor <= MiddleBoxRounding::kLargestDivisor)
+        slideDown(strip, size, mix, MiddleRows{MiddleBoxRounding(divisor)}, scratch, kept, rowDone);
     else
         slideDown(strip, size, mix, WideRows{BoxRounding(divisor)}, scratch, kept, rowDone);
 }

@@ -53,6 +53,21 @@ struct NarrowBoxRounding {
     }
 };
 
+/// The same in 32 bits, for divisors up to 65535.
+struct MiddleBoxRounding {
+    static constexpr int64_t kLargestDivisor = 65535;
+
+    uint32_t half, factor;
+    unsigned shift;
+
+    explicit MiddleBoxRounding(int64_t divisor);
+    // Never a function of its own, as above.
+    [[gnu::always_inline]] uint8_t operator()(uint32_t sum) const
+    {
+        return static_cast<uint8_t>(uint64_t{sum + half} * factor >> shift);
+    }
+};
+
 /// What is in the window before the first sample of a line: add(position, times) for samples of the line.
 template <typename Add>
 void addFirstBox(int length, int64_t size, Add add)

@@ -1,7 +1,7 @@
 #pragma once
 
 /// \file
-/// Kernels of the box filter for divisors of up to 128. See core/byte_kernels.h for the rules.
+/// Kernels of the box filter for divisors of up to 128, and down the columns of up to 65535. See core/byte_kernels.h for the rules.
 
 #include "filters/box_filter.h"
 
@@ -18,6 +18,10 @@ struct BoxKernels {
     void (*mixed)(uint8_t *to, uint16_t *sums, const uint8_t *enter, const uint8_t *leave,
                   const uint8_t *other, uint16_t weight, std::size_t bytes,
                   const NarrowBoxRounding &rounding);
+    /// The same for larger divisors; the weight may be 0.
+    void (*middle)(uint8_t *to, uint32_t *sums, const uint8_t *enter, const uint8_t *leave,
+                   const uint8_t *other, uint32_t weight, std::size_t bytes,
+                   const MiddleBoxRounding &rounding);
 };
 BoxKernels boxKernels();
 
@@ -25,6 +29,7 @@ namespace kernels {
 
 #if defined(__x86_64__)
 BoxKernels boxKernelsAvx2();
+BoxKernels boxKernelsAvx512();
 #endif
 
 } // namespace kernels

@@ -5,7 +5,7 @@ namespace velmont::kernels {
 
 BoxKernels boxKernelsAvx2()
 {
-    return {boxRowRun, boxColumnsRun, boxMixedRun};
+    return {boxRowRun, boxColumnsRun, boxMixedRun, boxMiddleRun};
 }
 
 } // namespace velmont::kernels

@@ -1,7 +1,7 @@
 #pragma once
 
 /// \file
-/// The loops of the narrow box, compiled once for each instruction set: internal linkage, and nothing from elsewhere
+/// The loops of the box, compiled once for each instruction set: internal linkage, and nothing from elsewhere
 /// that the linker could pick for another.
 
 #include "filters/box_kernels.h"
@@ -52,6 +52,18 @@ void boxMixedRun(uint8_t *__restrict to, uint16_t *__restrict sums, const uint8_
         const uint16_t sum = sums[i];
         to[i] = rounding(static_cast<uint16_t>(sum + static_cast<uint16_t>(weight * other[i])));
         sums[i] = static_cast<uint16_t>(sum + enter[i] - leave[i]);
+    }
+}
+
+void boxMiddleRun(uint8_t *__restrict to, uint32_t *__restrict sums, const uint8_t *__restrict enter,
+                  const uint8_t *__restrict leave, const uint8_t *__restrict other, uint32_t weight,
+                  std::size_t bytes, const MiddleBoxRounding &shared)
+{
+    const MiddleBoxRounding rounding = shared;
+    for (std::size_t i = 0; i < bytes; ++i) {
+        const uint32_t sum = sums[i];
+        to[i] = rounding(sum + weight * other[i]);
+        sums[i] = sum + enter[i] - leave[i];
     }
 }
 

@@ -11,7 +11,7 @@ namespace velmont {
 inline constexpr int kLongestRay = 32;
 
 /// Bytes that one call of RayColumns takes at most.
-inline constexpr std::size_t kRayStrip = 1024;
+inline constexpr std::size_t kRayStrip = 6144;
 
 struct MotionKernels {
     /// Rays along one row, forward or backward; they repeat the row's last sample.

@@ -94,6 +94,22 @@ TEST(BoxRounding, IsExactForLargeDivisors)
     }
 }
 
+// Right at the lowest and the highest sum of each mean is right everywhere, as means rise with the sums.
+TEST(BoxRounding, IsExactInThirtyTwoBits)
+{
+    for (int64_t divisor = 2; divisor <= MiddleBoxRounding::kLargestDivisor; ++divisor) {
+        const MiddleBoxRounding rounding(divisor);
+        int wrong = 0;
+        for (int64_t mean = 0; mean <= 255; ++mean) {
+            const int64_t lowest = std::max<int64_t>(mean * divisor - divisor / 2, 0);
+            const int64_t highest = std::min(mean * divisor + divisor - divisor / 2 - 1, 255 * divisor);
+            wrong += rounding(static_cast<uint32_t>(lowest)) != mean;
+            wrong += rounding(static_cast<uint32_t>(highest)) != mean;
+        }
+        ASSERT_EQ(wrong, 0) << divisor;
+    }
+}
+
 TEST(SlidingBoxPass, GivesTheSumsOfTheWindow)
 {
     const Bytes line = noise(40, 3);

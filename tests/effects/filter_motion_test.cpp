@@ -1,5 +1,6 @@
 // Motion blur.
 
+#include "filters/motion_kernels.h"
 #include "platform/memory.h"
 #include "tests/effects/tone_testing.h"
 #include <algorithm>
@@ -191,6 +192,19 @@ TEST_F(MotionBlur, EveryDistanceOnLargeImages)
                             << direction << ", " << distance;
                     }
                 }
+}
+
+TEST_F(MotionBlur, ColumnsBeyondOneStrip)
+{
+    const auto strip = static_cast<int>(kRayStrip);
+    for (const Pieces &image : {gray(strip, 5), gray(strip + 1, 5), trueColor(strip / 3 + 1, 5)})
+        for (const int direction : {2, 7}) {
+            const Bytes expected = blurred(image, direction, 4);
+            for (const CpuLevel level : cpuLevels()) {
+                limitCpuLevel(level);
+                ASSERT_EQ(resultOf(image, motion(direction, 4)), expected) << direction;
+            }
+        }
 }
 
 TEST_F(MotionBlur, Events)
