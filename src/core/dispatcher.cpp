@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <type_traits>
 #include <velmont/filters.h>
+#include <velmont/geometry.h>
 #include <velmont/tone.h>
 
 namespace {
@@ -43,6 +44,10 @@ void *pass(void *dib, [[maybe_unused]] long param)
     }
 }
 
+/// Of an export with several forms, that with one parameter.
+template <typename Second>
+using Form = void *(*)(void *, Second);
+
 static_assert(sizeof(long) >= sizeof(void *), "a record's address travels as a long");
 
 /// By code. The numbers are fixed; a code that is not listed gives 0.
@@ -63,7 +68,13 @@ constexpr std::array kEntries{
     Entry{23, pass<&ProcessSolarization>},
     Entry{24, pass<&ProcessLogarithm>},
     Entry{33, pass<&ProcessAutoEnhance>},
+    Entry{35, pass<static_cast<Form<int>>(&ProcessSplash)>},
+    Entry{36, pass<&ProcessRipple>},
+    Entry{37, pass<static_cast<Form<tagParamWrinkle *>>(&ProcessWrinkle)>},
+    Entry{39, pass<static_cast<Form<int>>(&ProcessMelting)>},
     Entry{53, pass<&ProcessMotionBlur>},
+    Entry{56, pass<&ProcessMagicMirror>},
+    Entry{65, pass<&ProcessRibbon>},
     Entry{67, pass<&ProcessToneAdjustment>},
     Entry{70, pass<&ProcessBrightnessScale>},
     Entry{72, pass<&ProcessMaxMin>},
@@ -73,6 +84,7 @@ constexpr std::array kEntries{
     Entry{4303, pass<&ProcessWarm>},
     Entry{4304, pass<&ProcessCool>},
     Entry{4305, pass<&ProcessSepia>},
+    Entry{4711, pass<&ProcessZigZag>},
     Entry{4718, pass<&ProcessColorTone>},
     Entry{4719, pass<&ProcessAutoLevel>},
 };

@@ -32,6 +32,7 @@ struct ResultPlan {
     std::size_t minimumBytes = 0;
     /// Bytes of header to copy; 0 stands for the source's biSize.
     std::size_t headerBytes = 0;
+    unsigned flags = KEL_MEM_MOVEABLE | KEL_MEM_ZERO; ///< of the result's block
 };
 
 class EffectFrame {
@@ -99,7 +100,9 @@ public:
     /// Between the halves of begin(): ends an effect that could not have its scratch memory, in the way of a
     /// result that could not be allocated.
     /// \return null.
-    void *giveUp();
+    void *giveUp() { return takeBack(steps_.arrowCursor); }
+    /// The same without a cursor: the host sees no more of the effect.
+    void *discard() { return takeBack(false); }
 
     /// Ends the work: unlocks both blocks, frees the result after an abort, reports 100, shows the arrow
     /// cursor.
@@ -107,6 +110,8 @@ public:
     void *finish();
 
 private:
+    void *takeBack(bool showsArrow);
+
     FrameSteps steps_;
     void *sourceHandle_;
     BlockLock sourceLock_;
