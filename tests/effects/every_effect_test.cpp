@@ -62,12 +62,14 @@ Handle image(const Kind &kind, int width, int height, uint32_t seed = 1)
 /// What hosts rely on beyond the common rules and what the catalogue says.
 struct Peculiarity {
     std::string_view exportName;
-    bool showsCursorFirst = false; ///< before it refuses
+    bool showsCursorFirst = false;      ///< before it refuses
+    bool isBlankWithoutScratch = false; ///< a blank image where only its working memory cannot be had
 };
 
 constexpr Peculiarity kPeculiarities[] = {
     {"ProcessBrightnessAndContrast", true},
     {"ProcessHueAndSaturation", true},
+    {"ProcessWrinkle", false, true},
 };
 
 Peculiarity peculiarityOf(const Effect &effect)
@@ -293,7 +295,9 @@ TEST_P(EveryEffect, SurvivesFailedAllocations)
         const Handle result = run(effect_, source);
         memory_hooks::failAllocation(0);
         const std::string what = "allocation " + std::to_string(n);
-        EXPECT_EQ(static_cast<void *>(result), nullptr) << what;
+        if (n == 1 || !peculiarity_.isBlankWithoutScratch) {
+            EXPECT_EQ(static_cast<void *>(result), nullptr) << what;
+        }
         EXPECT_EQ(bytesOf(source), bytes) << what;
         expectArrowAtTheEnd(host.events, what);
         EXPECT_LE(memory_hooks::locksOn(source), effect_.locksLeft) << what;
@@ -337,7 +341,7 @@ TEST_P(EveryEffect, SurvivesFailedLocks)
         expectArrowAtTheEnd(host.events, what);
         EXPECT_LE(memory_hooks::locksOn(source), effect_.locksLeft) << what;
     }
-    EXPECT_GT(n, 2) << "source and result are locked";
+    EXPECT_GT(n, kind_.isUsual ? 2 : 1) << "source and result are locked";
 }
 
 TEST_P(EveryEffect, SurvivesAborts)
