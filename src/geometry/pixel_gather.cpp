@@ -1,10 +1,7 @@
 #include "geometry/pixel_gather.h"
-#include "core/cpu.h"
 #include <cstring>
 
 namespace velmont {
-
-namespace kernels {
 
 namespace {
 
@@ -17,13 +14,13 @@ uint32_t placeOf(const PixelRows &from, const PixelPlaces &places, std::size_t i
 
 } // namespace
 
-void gatherBytesPlain(uint8_t *to, const PixelRows &from, const PixelPlaces &places, std::size_t count)
+void gatherBytes(uint8_t *to, const PixelRows &from, const PixelPlaces &places, std::size_t count)
 {
     for (std::size_t i = 0; i < count; ++i)
         to[i] = from.first[placeOf(from, places, i, 1)];
 }
 
-void gatherTriplesPlain(uint8_t *to, const PixelRows &from, const PixelPlaces &places, std::size_t count)
+void gatherTriples(uint8_t *to, const PixelRows &from, const PixelPlaces &places, std::size_t count)
 {
     if (count == 0)
         return;
@@ -37,17 +34,6 @@ void gatherTriplesPlain(uint8_t *to, const PixelRows &from, const PixelPlaces &p
         std::memcpy(to + 3 * i, &pixel, sizeof pixel);
     }
     std::memcpy(to + 3 * (count - 1), from.first + placeOf(from, places, count - 1, 3), 3);
-}
-
-} // namespace kernels
-
-GatherPixels gatherPixels(std::size_t pixelBytes)
-{
-#if defined(__x86_64__)
-    if (cpuLevel() >= CpuLevel::Avx2)
-        return pixelBytes == 3 ? kernels::gatherTriplesAvx2 : kernels::gatherBytesAvx2;
-#endif
-    return pixelBytes == 3 ? kernels::gatherTriplesPlain : kernels::gatherBytesPlain;
 }
 
 } // namespace velmont

@@ -22,29 +22,17 @@ struct PixelRows {
 };
 
 /// to[i] = the pixel at places.column[i], places.row[i], for `count` pixels. The bytes behind them are left alone.
-using GatherPixels = void (*)(uint8_t *to, const PixelRows &from, const PixelPlaces &places,
-                              std::size_t count);
-
-/// The version for this processor and for pixels of 1 or 3 bytes.
-GatherPixels gatherPixels(std::size_t pixelBytes);
-
-namespace kernels {
-
-void gatherBytesPlain(uint8_t *to, const PixelRows &from, const PixelPlaces &places, std::size_t count);
-void gatherTriplesPlain(uint8_t *to, const PixelRows &from, const PixelPlaces &places, std::size_t count);
-#if defined(__x86_64__)
-void gatherBytesAvx2(uint8_t *to, const PixelRows &from, const PixelPlaces &places, std::size_t count);
-void gatherTriplesAvx2(uint8_t *to, const PixelRows &from, const PixelPlaces &places, std::size_t count);
-#endif
-
-} // namespace kernels
+/// Gathering loads of the processor were measured and are slower than single ones.
+void gatherBytes(uint8_t *to, const PixelRows &from, const PixelPlaces &places, std::size_t count);
+/// The same for pixels of three bytes.
+void gatherTriples(uint8_t *to, const PixelRows &from, const PixelPlaces &places, std::size_t count);
 
 /// An image of samples to gather from.
 class PixelSource {
 public:
     explicit PixelSource(const Dib &image)
         : rows_{image.row(0), static_cast<uint32_t>(image.stride())},
-          pixelBytes_(image.bitCount() == 24 ? 3 : 1), gather_(gatherPixels(pixelBytes_))
+          pixelBytes_(image.bitCount() == 24 ? 3 : 1), gather_(pixelBytes_ == 3 ? gatherTriples : gatherBytes)
     {
     }
 
@@ -58,7 +46,7 @@ public:
 private:
     PixelRows rows_;
     std::size_t pixelBytes_;
-    GatherPixels gather_;
+    void (*gather_)(uint8_t *, const PixelRows &, const PixelPlaces &, std::size_t);
 };
 
 /// A place moved within 0 to `last`, the nearest of them where it would leave them. Sums wrap in 32 bits.
