@@ -94,8 +94,8 @@ void *stretch(EffectFrame &frame, const Dib &source, const tagParamMagicMirror &
         }
         forPixelRuns(size, [&](int first, std::size_t count) {
             PixelPlaces from;
-            std::copy_n(places + first, count, from.column.begin());
-            std::fill_n(from.row.begin(), count, y);
+            std::copy_n(places + first, count, from.column);
+            std::fill_n(from.row, count, y);
             pixels.copy(to, first, from, count);
         });
     });

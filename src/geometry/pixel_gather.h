@@ -5,14 +5,14 @@
 
 #include "core/dib_layout.h"
 #include <algorithm>
-#include <array>
 
 namespace velmont {
 
 /// The places that so many neighbouring pixels come from; all lie inside the image.
 struct PixelPlaces {
     static constexpr std::size_t kMost = 256;
-    alignas(64) std::array<int32_t, kMost> column, row;
+    alignas(64) int32_t column[kMost];
+    alignas(64) int32_t row[kMost];
 };
 
 /// An image as gathering kernels see it.
