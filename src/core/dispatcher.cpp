@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <type_traits>
 #include <velmont/filters.h>
+#include <velmont/geometry.h>
 #include <velmont/tone.h>
 
 namespace {
@@ -43,6 +44,10 @@ void *pass(void *dib, [[maybe_unused]] long param)
     }
 }
 
+/// Of an export with several forms, that with one parameter.
+template <typename Second>
+using Form = void *(*)(void *, Second);
+
 static_assert(sizeof(long) >= sizeof(void *), "a record's address travels as a long");
 
 /// By code. The numbers are fixed; a code that is not listed gives 0.
@@ -68,11 +73,17 @@ constexpr std::array kEntries{
     Entry{25, pass<&ProcessUserFilter>},
     Entry{32, pass<&ProcessSketch>},
     Entry{33, pass<&ProcessAutoEnhance>},
+    Entry{35, pass<static_cast<Form<int>>(&ProcessSplash)>},
+    Entry{36, pass<&ProcessRipple>},
+    Entry{37, pass<static_cast<Form<tagParamWrinkle *>>(&ProcessWrinkle)>},
+    Entry{39, pass<static_cast<Form<int>>(&ProcessMelting)>},
     Entry{40, pass<&ProcessOilPaint>},
     Entry{51, pass<&Process3DGrid>},
     Entry{52, pass<&ProcessMosaic>},
     Entry{53, pass<&ProcessMotionBlur>},
     Entry{54, pass<&ProcessEmboss>},
+    Entry{56, pass<&ProcessMagicMirror>},
+    Entry{65, pass<&ProcessRibbon>},
     Entry{67, pass<&ProcessToneAdjustment>},
     Entry{68, pass<&ProcessSoftEdge>},
     Entry{70, pass<&ProcessBrightnessScale>},
@@ -91,6 +102,7 @@ constexpr std::array kEntries{
     Entry{4603, pass<&ProcessOuterLevel>},
     Entry{4703, pass<&ProcessInnerLevel>},
     Entry{4709, pass<&ProcessSmartBlur>},
+    Entry{4711, pass<&ProcessZigZag>},
     Entry{4718, pass<&ProcessColorTone>},
     Entry{4719, pass<&ProcessAutoLevel>},
 };

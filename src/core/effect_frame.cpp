@@ -34,29 +34,31 @@ bool EffectFrame::begin(const ResultPlan &plan)
 
 bool EffectFrame::allocate(const ResultPlan &plan)
 {
-    if (steps_.waitCursor)
+    if (steps_.waitCursor && !steps_.lateWaitCursor)
         showWaitCursor();
     const std::size_t bytes = std::max(plan.layout.totalBytes(), plan.minimumBytes);
     resultHandle_ = allocateBlock(plan.flags, bytes, plan.contents);
     if (resultHandle_)
         resultLock_.emplace(resultHandle_);
     if (!resultHandle_ || !resultLock_->bytes()) {
-        giveUp();
+        takeBack(steps_.arrowCursor && !steps_.lateWaitCursor);
         return false;
     }
+    if (steps_.waitCursor && steps_.lateWaitCursor)
+        showWaitCursor();
     result_ = Dib::withLayout(resultLock_->bytes(), bytes, plan.layout);
     if (plan.contents != Contents::ZeroFilled)
         std::memset(result_->block(), 0, plan.layout.pixelOffset);
     return true;
 }
 
-void *EffectFrame::giveUp()
+void *EffectFrame::takeBack(bool showsArrow)
 {
     if (resultHandle_) {
         resultLock_->unlock();
         KelMemFree(std::exchange(resultHandle_, nullptr));
     }
-    if (steps_.arrowCursor)
+    if (showsArrow)
         showArrowCursor();
     sourceLock_.unlock();
     return nullptr;

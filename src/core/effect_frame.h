@@ -32,8 +32,7 @@ struct ResultPlan {
     std::size_t minimumBytes = 0;
     /// Bytes of header to copy; 0 stands for the source's biSize.
     std::size_t headerBytes = 0;
-    /// What the block is asked for with.
-    unsigned flags = KEL_MEM_MOVEABLE | KEL_MEM_ZERO;
+    unsigned flags = KEL_MEM_MOVEABLE | KEL_MEM_ZERO; ///< that the result's block is asked for with
 };
 
 class EffectFrame {
@@ -105,7 +104,9 @@ public:
     /// Between the halves of begin(): ends an effect that could not have its scratch memory, in the way of a
     /// result that could not be allocated.
     /// \return null.
-    void *giveUp();
+    void *giveUp() { return takeBack(steps_.arrowCursor); }
+    /// The same without a cursor: the host sees no more of the effect.
+    void *discard() { return takeBack(false); }
 
     /// From here on the wait cursor is left to the host.
     void leaveWaitCursor() { steps_.arrowCursor = false; }
@@ -122,7 +123,9 @@ public:
     void *abandon();
 
 private:
+    void *takeBack(bool showsArrow);
     void keepLocks();
+
     FrameSteps steps_;
     void *sourceHandle_;
     BlockLock sourceLock_;

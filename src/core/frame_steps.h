@@ -9,6 +9,8 @@ struct FrameSteps {
     bool droppedPoll = true; ///< the abort poll whose answer is dropped
     bool arrowCursor = true; ///< at the end, and where the allocation failed
     bool finalReport = true; ///< 100 percent at the end
+    /// The wait cursor comes once the result is allocated, and where that fails no cursor is touched.
+    bool lateWaitCursor = false;
 };
 
 /// Neither cursor nor poll nor progress from the frame.

@@ -3,6 +3,7 @@
 /// \file
 /// The library's random numbers. Effects depend on the exact stream, so it is never the C library's.
 
+#include <cstddef>
 #include <cstdint>
 
 namespace velmont {
@@ -11,5 +12,7 @@ namespace velmont {
 int rand();
 /// Sets the calling thread's state; a thread starts at 1.
 void srand(uint32_t seed);
+/// The next `count` numbers, as so many calls of rand() give them.
+void drawNumbers(uint16_t *to, std::size_t count);
 
 } // namespace velmont

@@ -58,6 +58,21 @@ TEST(GeneratorTest, FollowsTheRecurrenceForLong)
     }
 }
 
+TEST(GeneratorTest, ManyNumbersAreThoseOfSoManyCalls)
+{
+    for (std::size_t count = 0; count <= 70; ++count) {
+        velmont::srand(static_cast<uint32_t>(count));
+        const std::vector<int> expected = draw(static_cast<int>(count));
+        const int after = velmont::rand();
+        velmont::srand(static_cast<uint32_t>(count));
+        std::vector<uint16_t> numbers(count + 1, 0xABCD);
+        velmont::drawNumbers(numbers.data(), count);
+        EXPECT_EQ(numbers.back(), 0xABCD) << "one too many";
+        EXPECT_EQ(std::vector<int>(numbers.begin(), numbers.end() - 1), expected);
+        EXPECT_EQ(velmont::rand(), after) << "the state behind " << count;
+    }
+}
+
 TEST(GeneratorTest, EachThreadHasItsOwnStream)
 {
     velmont::srand(3);

@@ -63,16 +63,18 @@ Handle image(const Kind &kind, int width, int height, uint32_t seed = 1)
 /// What hosts rely on beyond the common rules and what the catalogue says.
 struct Peculiarity {
     std::string_view exportName;
-    bool showsCursorFirst = false; ///< before it refuses
-    bool leavesWaitCursor = false; ///< at the end of its work at 24 bits
-    bool needsAllColors = false;   ///< at 8 bits its rows lie behind 256 of them
+    bool showsCursorFirst = false;      ///< before it refuses
+    bool leavesWaitCursor = false;      ///< at the end of its work at 24 bits
+    bool needsAllColors = false;        ///< at 8 bits its rows lie behind 256 of them
+    bool isBlankWithoutScratch = false; ///< a blank image where only its working memory cannot be had
 };
 
 constexpr Peculiarity kPeculiarities[] = {
-    {"ProcessBrightnessAndContrast", true},
-    {"ProcessHueAndSaturation", true},
-    {"ProcessInnerLevel", false, true},
-    {"ProcessSoftEdge", false, false, true},
+    {.exportName = "ProcessBrightnessAndContrast", .showsCursorFirst = true},
+    {.exportName = "ProcessHueAndSaturation", .showsCursorFirst = true},
+    {.exportName = "ProcessInnerLevel", .leavesWaitCursor = true},
+    {.exportName = "ProcessSoftEdge", .needsAllColors = true},
+    {.exportName = "ProcessWrinkle", .isBlankWithoutScratch = true},
 };
 
 Peculiarity peculiarityOf(const Effect &effect)
@@ -386,7 +388,9 @@ TEST_P(EveryEffect, SurvivesFailedAllocations)
         memory_hooks::failAllocation(0);
         failing.checkOperands(result);
         const std::string what = "allocation " + std::to_string(n);
-        EXPECT_EQ(static_cast<void *>(result), nullptr) << what;
+        if (n == 1 || !peculiarity_.isBlankWithoutScratch) {
+            EXPECT_EQ(static_cast<void *>(result), nullptr) << what;
+        }
         EXPECT_EQ(bytesOf(source), bytes) << what;
         expectArrowAtTheEnd(host.events, what);
         EXPECT_LE(memory_hooks::locksOn(source), effect_.locksLeft) << what;
@@ -432,7 +436,7 @@ TEST_P(EveryEffect, SurvivesFailedLocks)
         expectArrowAtTheEnd(host.events, what);
         EXPECT_LE(memory_hooks::locksOn(source), effect_.locksLeft) << what;
     }
-    EXPECT_GT(n, 2) << "source and result are locked";
+    EXPECT_GT(n, kind_.isUsual ? 2 : 1) << "source and result are locked";
 }
 
 TEST_P(EveryEffect, SurvivesAborts)
