@@ -7,7 +7,18 @@
 /// was, and the result is a new block of the caller's or 0. Dimensions, row order, resolution and the header
 /// fields that a function does not name are carried over. See velmont/environment.h for progress and abort.
 
+#include <cstdint>
 #include <velmont/export.h>
+
+/// A rectangle in pixels; right and bottom lie outside it.
+struct tagRECT {
+    int32_t left, top, right, bottom;
+};
+
+/// A point in pixels.
+struct tagPOINT {
+    int32_t x, y;
+};
 
 /// To an 8-bit gray image. Depths: 1, 4, 8 and 24 bits.
 /// The gray is (76 * red + 127) / 255 + (150 * green + 127) / 255 + (29 * blue + 127) / 255, each quotient
