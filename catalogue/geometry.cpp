@@ -1,4 +1,5 @@
 #include "catalogue/families.h"
+#include <velmont/dib.h>
 #include <velmont/geometry.h>
 
 namespace velmont::catalogue {
@@ -21,6 +22,120 @@ static_assert(coverRecord<IntParameter>(kExactRotateFields));
 void *callExactRotate(void *dib, void *record)
 {
     return ProcessExactRotate(dib, static_cast<IntParameter *>(record)->value);
+}
+
+struct ResampleArguments {
+    int32_t newWidth, newHeight, resolution;
+};
+
+constexpr std::array kResampleFields{
+    field<&ResampleArguments::newWidth>({.name = "newWidth",
+                                         .unit = "pixels",
+                                         .minimum = 0,
+                                         .maximum = 30000,
+                                         .defaultValue = 0,
+                                         .help = "0 keeps the proportions, or makes half of the width"}),
+    field<&ResampleArguments::newHeight>({.name = "newHeight",
+                                          .unit = "pixels",
+                                          .minimum = 0,
+                                          .maximum = 30000,
+                                          .defaultValue = 0,
+                                          .help = "0 keeps the proportions, or makes half of the height"}),
+    field<&ResampleArguments::resolution>({.name = "resolution",
+                                           .unit = "pixels per metre",
+                                           .minimum = 0,
+                                           .maximum = 1000000,
+                                           .defaultValue = 3937,
+                                           .help = "what the result says of its density"}),
+};
+static_assert(coverRecord<ResampleArguments>(kResampleFields));
+
+struct Size {
+    int width = 0, height = 0;
+};
+
+Size sizeOf(void *dib)
+{
+    Size size;
+    GetDibSize(dib, &size.width, &size.height);
+    return size;
+}
+
+/// The size with sides of 0 made out of the other one, or half of the image's where both are.
+Size resolvedSize(void *dib, Size wanted)
+{
+    const Size image = sizeOf(dib);
+    const auto part = [](int side, int of, int whole) {
+        return whole < 1 ? 0 : static_cast<int>(std::clamp(1.0 * side * of / whole + 0.5, 1.0, 30000.0));
+    };
+    if (wanted.width == 0 && wanted.height == 0)
+        return {part(image.width, 1, 2), part(image.height, 1, 2)};
+    if (wanted.width == 0)
+        wanted.width = part(image.width, wanted.height, image.height);
+    if (wanted.height == 0)
+        wanted.height = part(image.height, wanted.width, image.width);
+    return wanted;
+}
+
+void *callResample(void *dib, void *record)
+{
+    const auto &arguments = *static_cast<ResampleArguments *>(record);
+    const auto [width, height] = resolvedSize(dib, {arguments.newWidth, arguments.newHeight});
+    return ProcessResample(dib, width, height, arguments.resolution);
+}
+
+struct PartialResampleArguments {
+    int32_t srcX, srcY, srcWidth, srcHeight, newWidth, newHeight;
+};
+
+constexpr std::array kPartialResampleFields{
+    field<&PartialResampleArguments::srcX>({.name = "srcX",
+                                            .unit = "pixels",
+                                            .minimum = -30000,
+                                            .maximum = 30000,
+                                            .defaultValue = 0,
+                                            .help = "the rectangle's first column"}),
+    field<&PartialResampleArguments::srcY>({.name = "srcY",
+                                            .unit = "pixels",
+                                            .minimum = -30000,
+                                            .maximum = 30000,
+                                            .defaultValue = 0,
+                                            .help = "the rectangle's first stored row"}),
+    field<&PartialResampleArguments::srcWidth>({.name = "srcWidth",
+                                                .unit = "pixels",
+                                                .minimum = 0,
+                                                .maximum = 30000,
+                                                .defaultValue = 0,
+                                                .help = "the rectangle's width, 0 for the image's"}),
+    field<&PartialResampleArguments::srcHeight>({.name = "srcHeight",
+                                                 .unit = "pixels",
+                                                 .minimum = 0,
+                                                 .maximum = 30000,
+                                                 .defaultValue = 0,
+                                                 .help = "the rectangle's height, 0 for the image's"}),
+    field<&PartialResampleArguments::newWidth>({.name = "newWidth",
+                                                .unit = "pixels",
+                                                .minimum = 0,
+                                                .maximum = 30000,
+                                                .defaultValue = 0,
+                                                .help = "0 as for resample, of the whole image"}),
+    field<&PartialResampleArguments::newHeight>({.name = "newHeight",
+                                                 .unit = "pixels",
+                                                 .minimum = 0,
+                                                 .maximum = 30000,
+                                                 .defaultValue = 0,
+                                                 .help = "0 as for resample, of the whole image"}),
+};
+static_assert(coverRecord<PartialResampleArguments>(kPartialResampleFields));
+
+void *callPartialResample(void *dib, void *record)
+{
+    const auto &arguments = *static_cast<PartialResampleArguments *>(record);
+    const auto [imageWidth, imageHeight] = sizeOf(dib);
+    const auto [width, height] = resolvedSize(dib, {arguments.newWidth, arguments.newHeight});
+    return ProcessPartialResample(
+        dib, arguments.srcX, arguments.srcY, arguments.srcWidth != 0 ? arguments.srcWidth : imageWidth,
+        arguments.srcHeight != 0 ? arguments.srcHeight : imageHeight, width, height);
 }
 
 struct RotateArguments {
@@ -73,6 +188,29 @@ constexpr std::array kEffects{
            .depths = DepthAll,
            .random = false,
            .call = callExactRotate},
+    Effect{.name = "partial-resample",
+           .exportName = "ProcessPartialResample",
+           .code = {},
+           .family = Family::Geometry,
+           .help = "a rectangle at another size, blended of up to four pixels",
+           .recordName = "arguments",
+           .recordBytes = sizeof(PartialResampleArguments),
+           .fields = kPartialResampleFields,
+           .depths = Depth1 | Depth8Gray | Depth24,
+           .random = false,
+           .call = callPartialResample,
+           .blankDepths = Depth8Paletted},
+    Effect{.name = "resample",
+           .exportName = "ProcessResample",
+           .code = {},
+           .family = Family::Geometry,
+           .help = "at another size, blended of up to four pixels",
+           .recordName = "arguments",
+           .recordBytes = sizeof(ResampleArguments),
+           .fields = kResampleFields,
+           .depths = DepthAll,
+           .random = false,
+           .call = callResample},
     Effect{.name = "rotate",
            .exportName = "ProcessRotate",
            .code = {},

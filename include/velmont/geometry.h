@@ -20,6 +20,25 @@ struct tagPOINT {
     int32_t x, y;
 };
 
+// Resampling
+
+/// The whole picture at another size: gray and 24-bit pixels blended of four at most in steps of an eighth, without a
+/// mean over more where it shrinks; others are those of the nearest place. Depths: 1, 4, 8 and 24 bits. The cursor
+/// is not touched; each row of the result polls.
+/// \param newWidth,newHeight in pixels; below 1, or so large that the block would not fit 31 bits, is refused
+/// \param resolution in pixels per metre, any number, for both fields of the result's header
+VELMONT_API void *ProcessResample(void *dib, int newWidth, int newHeight, int resolution);
+
+/// A rectangle of the picture at another size, blended as ProcessResample does. What the rectangle has outside the
+/// picture becomes 0, but for a fringe less than a pixel wide before the first column and row. Bits are those of the
+/// places, cut to whole pixels; an 8-bit image that is not gray gives a blank one, all pixels 0, with a single poll and
+/// a report of 100. Depths: 1, 8 and 24 bits. The cursor is not touched; each row of the result polls.
+/// \param srcX,srcY the rectangle's first column and stored row, any numbers
+/// \param srcWidth,srcHeight in pixels, below 1 is refused
+/// \param newWidth,newHeight as for ProcessResample
+VELMONT_API void *ProcessPartialResample(void *dib, int srcX, int srcY, int srcWidth, int srcHeight,
+                                         int newWidth, int newHeight);
+
 // Rotation
 
 /// Turns by 90, 180 or 270 degrees without any loss; other angles are refused. By 90 degrees column c of the result is

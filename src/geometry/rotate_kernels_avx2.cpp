@@ -1,7 +1,6 @@
 // Compiled for AVX2: only intrinsics and functions of this file, so that nothing shared is compiled for it.
-#include "core/simd_avx2.h"
+#include "geometry/blend_avx2.h"
 #include "geometry/rotate_kernels.h"
-#include <cstring>
 
 namespace velmont::kernels {
 
@@ -79,33 +78,8 @@ __m256i blendTwo(__m256i upper, __m256i lower, const Weights8 &weights, __m256i 
 {
     const __m256i columns = _mm256_maddubs_epi16(_mm256_unpacklo_epi8(upper, lower),
                                                  _mm256_permutevar8x32_epi32(weights.rows, which));
-    const __m256i left = _mm256_mullo_epi16(columns, _mm256_permutevar8x32_epi32(weights.left, which));
-    const __m256i right =
-        _mm256_mullo_epi16(_mm256_srli_si256(columns, 6), _mm256_permutevar8x32_epi32(weights.right, which));
-    const __m256i sum = _mm256_add_epi16(_mm256_add_epi16(left, right), _mm256_set1_epi16(32));
-    return _mm256_srli_epi16(sum, 6);
-}
-
-/// Stores eight pixels of which `words` holds two a vector.
-void storeEight(uint8_t *to, const __m256i (&words)[4])
-{
-    // Bytes 0 to 2 of a half have a pixel of the first vector, bytes 8 to 10 of the second.
-    const __m256i close =
-        _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 2, 8, 9, 10, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1));
-    const __m256i first = _mm256_shuffle_epi8(_mm256_packus_epi16(words[0], words[1]), close);
-    const __m256i second = _mm256_shuffle_epi8(_mm256_packus_epi16(words[2], words[3]), close);
-    alignas(16) uint8_t bytes[32];
-    const auto put = [&bytes](std::size_t at, __m128i six) {
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(bytes + at), six);
-    };
-    // Lane 0 has pixels 0 and 2 of a group of four, as the callers load them: 0 and 1, 2 and 3 of the result.
-    put(0, _mm256_castsi256_si128(first));
-    put(6, _mm256_extracti128_si256(first, 1));
-    put(12, _mm256_castsi256_si128(second));
-    const __m128i last = _mm256_extracti128_si256(second, 1);
-    std::memcpy(to, bytes, 18);
-    const auto low = static_cast<uint64_t>(_mm_cvtsi128_si64(last));
-    std::memcpy(to + 18, &low, 6);
+    return blendNeighbours(columns, _mm256_permutevar8x32_epi32(weights.left, which),
+                           _mm256_permutevar8x32_epi32(weights.right, which));
 }
 
 } // namespace
@@ -147,13 +121,13 @@ void blendPixelsAvx2(uint8_t *to, std::size_t count, const SampleRows &from, Sam
         _mm256_store_si256(reinterpret_cast<__m256i *>(offsets), places.offsets(from, 3));
         const Weights8 weights(places);
         __m256i words[4];
-        // Pixels 0 and 2, then 1 and 3 of each four, so that neighbours meet in a lane.
-        for (int k = 0; k < 4; ++k) {
-            const int first = k / 2 * 4 + k % 2, second = first + 2;
+        for (int pair = 0; pair < 4; ++pair) {
+            const int first = firstOfPair(pair), second = secondOfPair(pair);
             const uint8_t *const a = from.first + offsets[first], *const b = from.first + offsets[second];
             const __m256i which =
                 _mm256_setr_epi32(first, first, first, first, second, second, second, second);
-            words[k] = blendTwo(loadPairs(a, b), loadPairs(a + from.stride, b + from.stride), weights, which);
+            words[pair] =
+                blendTwo(loadPairs(a, b), loadPairs(a + from.stride, b + from.stride), weights, which);
         }
         storeEight(to + 3 * i, words);
     }
