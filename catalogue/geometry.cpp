@@ -66,7 +66,9 @@ Size resolvedSize(void *dib, Size wanted)
 {
     const Size image = sizeOf(dib);
     const auto part = [](int side, int of, int whole) {
-        return whole < 1 ? 0 : static_cast<int>(std::clamp(1.0 * side * of / whole + 0.5, 1.0, 30000.0));
+        return side < 1 || whole < 1
+                   ? 0
+                   : static_cast<int>(std::clamp(1.0 * side * of / whole + 0.5, 1.0, 30000.0));
     };
     if (wanted.width == 0 && wanted.height == 0)
         return {part(image.width, 1, 2), part(image.height, 1, 2)};
@@ -82,6 +84,50 @@ void *callResample(void *dib, void *record)
     const auto &arguments = *static_cast<ResampleArguments *>(record);
     const auto [width, height] = resolvedSize(dib, {arguments.newWidth, arguments.newHeight});
     return ProcessResample(dib, width, height, arguments.resolution);
+}
+
+struct HighQualityArguments {
+    int32_t newWidth, newHeight, alignCorners, showCursor;
+};
+
+constexpr std::array kNoYes{Choice{"no", 0}, Choice{"yes", 1}};
+
+constexpr std::array kHighQualityFields{
+    field<&HighQualityArguments::newWidth>({.name = "newWidth",
+                                            .unit = "pixels",
+                                            .minimum = 0,
+                                            .maximum = 30000,
+                                            .defaultValue = 0,
+                                            .help = "0 keeps the proportions, or makes half of the width"}),
+    field<&HighQualityArguments::newHeight>({.name = "newHeight",
+                                             .unit = "pixels",
+                                             .minimum = 0,
+                                             .maximum = 30000,
+                                             .defaultValue = 0,
+                                             .help = "0 keeps the proportions, or makes half of the height"}),
+    field<&HighQualityArguments::alignCorners>(
+        {.name = "alignCorners",
+         .unit = "",
+         .minimum = 0,
+         .maximum = 1,
+         .defaultValue = 0,
+         .help = "whether the pictures' corner pixels lie upon each other",
+         .choices = kNoYes}),
+    field<&HighQualityArguments::showCursor>({.name = "showCursor",
+                                              .unit = "",
+                                              .minimum = 0,
+                                              .maximum = 1,
+                                              .defaultValue = 0,
+                                              .help = "whether the host's wait cursor is shown meanwhile",
+                                              .choices = kNoYes}),
+};
+static_assert(coverRecord<HighQualityArguments>(kHighQualityFields));
+
+void *callHighQuality(void *dib, void *record)
+{
+    const auto &arguments = *static_cast<HighQualityArguments *>(record);
+    const auto [width, height] = resolvedSize(dib, {arguments.newWidth, arguments.newHeight});
+    return ProcessResampleHighQuality(dib, width, height, arguments.alignCorners, arguments.showCursor);
 }
 
 struct PartialResampleArguments {
@@ -211,6 +257,18 @@ constexpr std::array kEffects{
            .depths = DepthAll,
            .random = false,
            .call = callResample},
+    Effect{.name = "resample-high-quality",
+           .exportName = "ProcessResampleHighQuality",
+           .code = {},
+           .family = Family::Geometry,
+           .help = "at another size through a cubic filter",
+           .recordName = "arguments",
+           .recordBytes = sizeof(HighQualityArguments),
+           .fields = kHighQualityFields,
+           .depths = Depth8Gray | Depth24,
+           .random = false,
+           .call = callHighQuality,
+           .otherDepths = Depth8Paletted},
     Effect{.name = "rotate",
            .exportName = "ProcessRotate",
            .code = {},

@@ -39,6 +39,20 @@ VELMONT_API void *ProcessResample(void *dib, int newWidth, int newHeight, int re
 VELMONT_API void *ProcessPartialResample(void *dib, int srcX, int srcY, int srcWidth, int srcHeight,
                                          int newWidth, int newHeight);
 
+/// The whole picture at another size through the cubic filter of Mitchell and Netravali, widened where it shrinks: along
+/// the rows first, rounded, then along the columns. Beyond the edges the picture is reflected. The same size blurs
+/// a little. Depths: 24 bits, each channel by itself, and 8 bits, whose indices are filtered as if they were gray
+/// whatever the palette. The block is 10 bytes longer than its header says. Each row of the source and then each
+/// column of the result is reported, a half of the progress each, and then polled.
+/// \param newWidth,newHeight in pixels; below 1, or so large that a block of the new width and either height would not
+/// fit 31 bits, is refused
+/// \param alignCorners 0 scales by the ratio of the sizes; any other value puts the first and last pixels of both
+/// pictures upon each other
+/// \param showCursor any value but 0 shows the wait cursor meanwhile and the arrow at the end; where memory is short
+/// the wait cursor stays
+VELMONT_API void *ProcessResampleHighQuality(void *dib, int newWidth, int newHeight, int alignCorners,
+                                             int showCursor);
+
 // Rotation
 
 /// Turns by 90, 180 or 270 degrees without any loss; other angles are refused. By 90 degrees column c of the result is
