@@ -6,6 +6,12 @@ namespace velmont::kernels {
 
 namespace {
 
+SamplePlace placeAfter(SamplePlace start, SamplePlace step, std::size_t count)
+{
+    const auto times = static_cast<uint32_t>(count);
+    return {start.x + step.x * times, start.y + step.y * times};
+}
+
 /// Eight places on a row of the result.
 struct Places8 {
     __m256i x, y, stepX, stepY;
@@ -108,7 +114,7 @@ void blendBytesAvx2(uint8_t *to, std::size_t count, const SampleRows &from, Samp
             _mm_packus_epi32(_mm256_castsi256_si128(blended), _mm256_extracti128_si256(blended, 1));
         _mm_storel_epi64(reinterpret_cast<__m128i *>(to + i), _mm_packus_epi16(words, words));
     }
-    blendBytesPlain(to + i, count - i, from, start.plus(step, static_cast<uint32_t>(i)), step);
+    blendBytesPlain(to + i, count - i, from, placeAfter(start, step, i), step);
 }
 
 void blendPixelsAvx2(uint8_t *to, std::size_t count, const SampleRows &from, SamplePlace start,
@@ -131,7 +137,7 @@ void blendPixelsAvx2(uint8_t *to, std::size_t count, const SampleRows &from, Sam
         }
         storeEight(to + 3 * i, words);
     }
-    blendPixelsPlain(to + 3 * i, count - i, from, start.plus(step, static_cast<uint32_t>(i)), step);
+    blendPixelsPlain(to + 3 * i, count - i, from, placeAfter(start, step, i), step);
 }
 
 } // namespace velmont::kernels

@@ -1,4 +1,5 @@
 #include "geometry/turn_kernels.h"
+#include "core/cpu.h"
 #include "geometry/pixel_access.h"
 #include <algorithm>
 #include <array>
@@ -74,7 +75,7 @@ void copyPixelAndByte(uint8_t *to, const uint8_t *from)
     std::memcpy(to, &bytes, sizeof bytes);
 }
 
-void transposePixels(const To &to, const From &from, std::size_t width, std::size_t height)
+void transposePixelsPlain(const To &to, const From &from, std::size_t width, std::size_t height)
 {
     for (std::size_t x = 0; x < width; ++x) {
         uint8_t *const row = to.row(x);
@@ -85,6 +86,44 @@ void transposePixels(const To &to, const From &from, std::size_t width, std::siz
         for (; y < height; ++y)
             std::memcpy(row + 3 * y, from.row(y) + 3 * x, 3);
     }
+}
+
+/// In parts of so many rows that the first cache holds both pictures' lines.
+void transposePixels(const To &to, const From &from, std::size_t width, std::size_t height)
+{
+    constexpr std::size_t kRows = 64;
+    for (std::size_t y = 0; y < height; y += kRows)
+        transposePixelsPlain(partOf(to, 3 * y, 0), partOf(from, 0, y), width, std::min(kRows, height - y));
+}
+
+#if defined(__x86_64__)
+
+/// In tiles, and what they leave at the right and below one by one.
+void transposePixelsInTiles(const To &to, const From &from, std::size_t width, std::size_t height)
+{
+    using namespace kernels;
+    const auto tiled = [](std::size_t side, std::size_t tile) {
+        return side < kPixelsBehindAvx2 ? 0 : (side - kPixelsBehindAvx2) / tile * tile;
+    };
+    const std::size_t tiledWidth = tiled(width, kPixelColumnsAvx2),
+                      tiledHeight = tiled(height, kPixelRowsAvx2);
+    for (std::size_t y = 0; y < tiledHeight; y += kPixelRowsAvx2)
+        transposePixelsAvx2(to.first + 3 * y, to.step, from.row(y), from.step,
+                            tiledWidth / kPixelColumnsAvx2);
+    transposePixelsPlain(partOf(to, 3 * tiledHeight, 0), partOf(from, 0, tiledHeight), tiledWidth,
+                         height - tiledHeight);
+    transposePixels(partOf(to, 0, tiledWidth), partOf(from, 3 * tiledWidth, 0), width - tiledWidth, height);
+}
+
+#endif
+
+Transposition pixelTransposition()
+{
+#if defined(__x86_64__)
+    if (cpuLevel() >= CpuLevel::Avx2)
+        return transposePixelsInTiles;
+#endif
+    return transposePixels;
 }
 
 /// Pixel x of up to eight rows in a byte, the first row's highest, for each pixel of a byte.
@@ -178,7 +217,7 @@ TurnKernels turnKernels(int bitCount)
     case 8:
         return {transposeBytes, mirrorBytes};
     default:
-        return {transposePixels, mirrorPixels};
+        return {pixelTransposition(), mirrorPixels};
     }
 }
 

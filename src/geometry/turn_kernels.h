@@ -33,4 +33,17 @@ struct TurnKernels {
 /// Those of a depth of 1, 4, 8 or 24 bits.
 TurnKernels turnKernels(int bitCount);
 
+namespace kernels {
+
+#if defined(__x86_64__)
+/// Columns and rows of 24-bit pixels that transposePixelsAvx2 takes at once, and those that must lie behind them.
+inline constexpr std::size_t kPixelColumnsAvx2 = 4, kPixelRowsAvx2 = 8, kPixelsBehindAvx2 = 2;
+/// The transposition of a number of such tiles side by side, from rows below each other to columns; steps as in
+/// RowsOf.
+void transposePixelsAvx2(uint8_t *to, std::ptrdiff_t toStep, const uint8_t *from, std::ptrdiff_t fromStep,
+                         std::size_t tiles);
+#endif
+
+} // namespace kernels
+
 } // namespace velmont

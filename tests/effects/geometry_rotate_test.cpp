@@ -166,9 +166,14 @@ TEST_F(Rotation, ExactEveryMeasureAsThePlainLoop)
     for (int width = 1; width <= 40; ++width)
         for (int height = 1; height <= 18; ++height)
             for (const Pieces &image : everyDepth(width, height))
-                for (const int angle : {90, 180, 270})
-                    ASSERT_EQ(resultOf(image, exactly(angle)), exactTwin(image, angle))
-                        << width << " x " << height << ", " << angle << ", " << image.header.biBitCount;
+                for (const int angle : {90, 180, 270}) {
+                    const Bytes expected = exactTwin(image, angle);
+                    for (const CpuLevel level : cpuLevels()) {
+                        limitCpuLevel(level);
+                        ASSERT_EQ(resultOf(image, exactly(angle)), expected)
+                            << width << " x " << height << ", " << angle << ", " << image.header.biBitCount;
+                    }
+                }
 }
 
 TEST_F(Rotation, ExactBeyondOneBand)
@@ -177,8 +182,11 @@ TEST_F(Rotation, ExactBeyondOneBand)
          {std::pair{64, 64}, {65, 63}, {128, 33}, {150, 131}, {191, 17}, {9, 200}})
         for (const Pieces &image : everyDepth(width, height))
             for (const int angle : {90, 180, 270})
-                ASSERT_EQ(resultOf(image, exactly(angle)), exactTwin(image, angle))
-                    << width << " x " << height << ", " << angle << ", " << image.header.biBitCount;
+                for (const CpuLevel level : cpuLevels()) {
+                    limitCpuLevel(level);
+                    ASSERT_EQ(resultOf(image, exactly(angle)), exactTwin(image, angle))
+                        << width << " x " << height << ", " << angle << ", " << image.header.biBitCount;
+                }
 }
 
 TEST_F(Rotation, ThereAndBack)
