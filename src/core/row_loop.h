@@ -10,13 +10,14 @@ namespace velmont {
 
 /// How often a range over rows speaks to the host.
 struct RowCadence {
-    int pollEvery = 1;     ///< rows from one abort poll to the next
-    int reportEvery = 16;  ///< rows from one progress report to the next; 0 reports nothing
-    int percentFrom = 0;   ///< what the first row reports
-    int percentSpan = 100; ///< what all rows together add to that
-    int percentOf = 0;     ///< rows that add it where they are not those of the range
-    int percentShares = 1; ///< into so many parts the span is cut, of which the rows add one
-    int firstRow = 0;      ///< where the range starts
+    int pollEvery = 1;        ///< rows from one abort poll to the next
+    int reportEvery = 16;     ///< rows from one progress report to the next; 0 reports nothing
+    int percentFrom = 0;      ///< what the first row reports
+    int percentSpan = 100;    ///< what all rows together add to that
+    int percentOf = 0;        ///< rows that add it where they are not those of the range
+    int percentShares = 1;    ///< into so many parts the span is cut, of which the rows add one
+    int firstRow = 0;         ///< where the range starts
+    bool reportFirst = false; ///< whether a row is reported before it is polled
 };
 
 /// The cadences of an effect of two passes, the rows first and the columns second.
@@ -54,9 +55,16 @@ public:
             if (*this == End{})
                 return;
             const RowCadence &cadence = loop_.cadence_;
+            if (cadence.reportFirst)
+                report(cadence);
             if (row_ % cadence.pollEvery == 0 && AbortImageProcessing() != 0)
                 loop_.aborted_ = true;
-            else if (cadence.reportEvery != 0 && row_ % cadence.reportEvery == 0)
+            else if (!cadence.reportFirst)
+                report(cadence);
+        }
+        void report(const RowCadence &cadence) const
+        {
+            if (cadence.reportEvery != 0 && row_ % cadence.reportEvery == 0)
                 ShowImageProcessing(loop_.percentAt(row_));
         }
 

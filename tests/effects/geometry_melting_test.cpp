@@ -2,7 +2,7 @@
 
 #include "core/generator.h"
 #include "platform/memory.h"
-#include "tests/effects/geometry_testing.h"
+#include "tests/effects/warp_testing.h"
 #include <algorithm>
 #include <array>
 #include <gtest/gtest.h>
