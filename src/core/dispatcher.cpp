@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <type_traits>
 #include <velmont/filters.h>
+#include <velmont/geometry.h>
 #include <velmont/tone.h>
 
 namespace {
@@ -63,7 +64,15 @@ constexpr std::array kEntries{
     Entry{23, pass<&ProcessSolarization>},
     Entry{24, pass<&ProcessLogarithm>},
     Entry{33, pass<&ProcessAutoEnhance>},
+    Entry{41, pass<&ProcessFishEye>},
+    Entry{48, pass<&ProcessCone>},
+    Entry{49, pass<&ProcessWhirlpool>},
+    Entry{50, pass<&ProcessSpiral>},
     Entry{53, pass<&ProcessMotionBlur>},
+    Entry{55, pass<&ProcessSphere>},
+    Entry{57, pass<&ProcessPolarTransformAngular>},
+    Entry{64, pass<&ProcessPolarTransformRadial>},
+    Entry{66, pass<&ProcessCylinder>},
     Entry{67, pass<&ProcessToneAdjustment>},
     Entry{70, pass<&ProcessBrightnessScale>},
     Entry{72, pass<&ProcessMaxMin>},
