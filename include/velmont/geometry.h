@@ -10,6 +10,16 @@
 #include <cstdint>
 #include <velmont/export.h>
 
+/// A rectangle in pixels; right and bottom lie outside it.
+struct tagRECT {
+    int32_t left, top, right, bottom;
+};
+
+/// A point in pixels.
+struct tagPOINT {
+    int32_t x, y;
+};
+
 /// To an 8-bit gray image. Depths: 1, 4, 8 and 24 bits.
 /// The gray is (76 * red + 127) / 255 + (150 * green + 127) / 255 + (29 * blue + 127) / 255, each quotient
 /// truncated by itself. Pixels without a palette entry become black: with biClrUsed 0, all of them. A gray
