@@ -20,6 +20,38 @@ struct tagPOINT {
     int32_t x, y;
 };
 
+// Crop and distort
+
+/// The part of the picture in a rectangle, which may hang over the edge or lie outside. Depths: 8 bits gray and 24
+/// bits. The cursor is not touched; each row of the result polls. The result's biWidth, biHeight and biSizeImage are
+/// its own.
+/// \param rect in stored rows; a width or height below 1 is refused
+/// \param backgroundColor what lies outside the picture: 0x00BBGGRR at 24 bits, at 8 bits a gray level in the low byte
+/// \param wrap not 0: what lies outside is filled with the picture over and over instead
+VELMONT_API void *ProcessCrop(void *dib, tagRECT rect, unsigned long backgroundColor, int wrap);
+/// The same without wrapping.
+VELMONT_API void *ProcessCrop(void *dib, tagRECT rect, unsigned long backgroundColor);
+
+/// Cuts along a bit mask: the result has the mask's size, and the pixels under its set bits. Depths: 1, 4, 8 and 24
+/// bits. Neither cursor nor progress nor abort is touched.
+/// \param mask 1 bit, its rows at byte 48 of the block whatever its biClrUsed; remains the caller's. Another depth, or
+/// a block that is too small, is refused
+/// \param x, y where the mask's first pixel lies on the picture, in stored rows; it may hang over
+/// \param backgroundColor 0x00BBGGRR for what is not set or lies outside, at 24 bits; below, it is index 0
+VELMONT_API void *ProcessCrop(void *dib, void *mask, int x, int y, unsigned long backgroundColor);
+
+/// Draws the picture into a quadrilateral. Depths: 1, 4, 8 and 24 bits. Gray and 24-bit pixels are blended of four in
+/// steps of an eighth, rounded down, others are those of the nearest place. The result is as large as the points lie
+/// apart: a width or height of 0, or one too large for a block, is refused. Sides of the picture go to sides of the
+/// quadrilateral, but it is no perspective in between. Points on one line are not refused.
+/// \param corners four points, y upwards to smaller values: where stored row `height` begins, where stored row 0
+/// begins, where that ends, and where row `height` ends. Of a picture stored bottom-up: top left, bottom left, bottom
+/// right, top right, as they are seen with y running down. Null is refused
+/// \param backgroundColor 0x00BBGGRR, for what the picture does not cover; below 24 bits what GetColorIndex finds for it
+VELMONT_API void *ProcessDistort(void *dib, tagPOINT *corners, unsigned long backgroundColor);
+
+// Conversions
+
 /// To an 8-bit gray image. Depths: 1, 4, 8 and 24 bits.
 /// The gray is (76 * red + 127) / 255 + (150 * green + 127) / 255 + (29 * blue + 127) / 255, each quotient
 /// truncated by itself. Pixels without a palette entry become black: with biClrUsed 0, all of them. A gray
@@ -36,7 +68,7 @@ VELMONT_API void *ProcessConvertTo24BitColor(void *dib);
 /// hosts rely on it. Neither cursor nor progress nor abort is touched.
 VELMONT_API void *ProcessConvertFrom8To1(void *dib, int threshold);
 
-// Polar warps.
+// Polar warps
 //
 // Depths: 8 bits gray and 24 bits. The angular and the radial warp pull the pixels inside the ellipse inscribed in the
 // image from elsewhere, nearest pixel, and leave those outside as they are. A distance from the centre is normalised: 0

@@ -1,0 +1,15 @@
+// Compiled for AVX-512: the loops of the plain version, which become longer vectors here.
+#include "geometry/distort_runs.h"
+
+namespace velmont {
+
+namespace kernels {
+
+DistortKernels distortAvx512()
+{
+    return {distortPlaces, distortBlend<3>, distortBlend<1>};
+}
+
+} // namespace kernels
+
+} // namespace velmont
