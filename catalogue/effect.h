@@ -80,7 +80,7 @@ struct Effect {
     std::optional<unsigned> code; ///< of the dispatcher
     Family family;
     std::string_view help;       ///< one line
-    std::string_view recordName; ///< "tag..." or "int"; empty without parameters
+    std::string_view recordName; ///< "tag...", "int" or, for several of them, "arguments"; empty without
     std::size_t recordBytes;     ///< 0 without parameters
     std::span<const Field> fields;
     unsigned depths; ///< Depth values, or'ed: those that give a useful picture

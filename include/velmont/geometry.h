@@ -50,6 +50,28 @@ VELMONT_API void *ProcessCrop(void *dib, void *mask, int x, int y, unsigned long
 /// \param backgroundColor 0x00BBGGRR, for what the picture does not cover; below 24 bits what GetColorIndex finds for it
 VELMONT_API void *ProcessDistort(void *dib, tagPOINT *corners, unsigned long backgroundColor);
 
+// Rotation
+
+/// Turns by 90, 180 or 270 degrees without any loss; other angles are refused. By 90 degrees column c of the result is
+/// row c of the source and its first row the source's last column: clockwise where the first row is the bottom
+/// one. The cursor is not touched; each row of the result polls.
+/// Depths: 1, 4, 8 and 24 bits. Others are not refused either: they come back with a block sized as for 1 bit and
+/// full of zeros, for which there is no poll beyond the first and no report but 100.
+/// \param rect where not null, set to 0, 0, the result's width and height, also if its block cannot be allocated
+VELMONT_API void *ProcessExactRotate(void *dib, int angle, tagRECT *rect);
+VELMONT_API void *ProcessExactRotate(void *dib, int angle);
+
+/// Turns by whole degrees into a picture that is just large enough, in the sense of ProcessExactRotate, which it calls
+/// for remainders of 90, 180 and 270. Gray and 24-bit pixels are blended of four in steps of an eighth, others are
+/// those of the nearest place. An angle of 0 blends as well, and negative angles do always: -90 is not 270.
+/// Depths: 1, 4, 8 and 24 bits. The cursor is not touched; each row of the result polls. Positions are 32-bit
+/// numbers of 17 fractional bits: a picture of more than 16384 pixels a side comes out as background or in parts.
+/// \param angle in degrees, any number; 360 are taken off as often as possible
+/// \param backgroundColor 0x00BBGGRR, for what the source does not cover; below 24 bits the nearest index
+/// \param rect where not null, set to 0, 0, the result's width and height, also for a depth that is refused
+VELMONT_API void *ProcessRotate(void *dib, int angle, unsigned long backgroundColor, tagRECT *rect);
+VELMONT_API void *ProcessRotate(void *dib, int angle, unsigned long backgroundColor);
+
 // Conversions
 
 /// To an 8-bit gray image. Depths: 1, 4, 8 and 24 bits.

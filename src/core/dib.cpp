@@ -1,6 +1,7 @@
 #include <velmont/dib.h>
 
 #include "core/classify_dib.h"
+#include "core/color_index.h"
 #include "core/dib_layout.h"
 #include "core/locked_dib.h"
 #include <cstdlib>
@@ -118,15 +119,6 @@ int nearestColor(const Dib &dib, unsigned long color)
     return index;
 }
 
-int colorIndex(const Dib &dib, unsigned long color)
-{
-    if (dib.bitCount() == 24)
-        return 0;
-    if (dib.bitCount() == 8 && dib.paletteEntries() >= 256 && isGrayRamp(dib.palette(), 256))
-        return static_cast<int>(0.11 * blueOf(color) + 0.59 * greenOf(color) + 0.3 * redOf(color) + 0.5);
-    return nearestColor(dib, color);
-}
-
 /// One byte a pixel, starting with green: hosts rely on this walk.
 bool rowHasColor24(const uint8_t *row, int width, unsigned long color)
 {
@@ -176,6 +168,15 @@ bool hasColor(const Dib &dib, unsigned long color)
 }
 
 } // namespace
+
+int colorIndex(const Dib &dib, unsigned long color)
+{
+    if (dib.bitCount() == 24)
+        return 0;
+    if (dib.bitCount() == 8 && dib.paletteEntries() >= 256 && isGrayRamp(dib.palette(), 256))
+        return static_cast<int>(0.11 * blueOf(color) + 0.59 * greenOf(color) + 0.3 * redOf(color) + 0.5);
+    return nearestColor(dib, color);
+}
 
 int ClassifyDib(void *handle)
 {

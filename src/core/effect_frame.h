@@ -41,6 +41,8 @@ public:
     EffectFrame(const EffectFrame &) = delete;
     EffectFrame &operator=(const EffectFrame &) = delete;
 
+    /// Whether there is a source whose header fits its block.
+    bool hasSource() const { return source_.has_value(); }
     /// Whether there is a source and it has one of these depths.
     bool serves(std::initializer_list<int> depths) const;
     const Dib &source() const { return *source_; }

@@ -1,10 +1,10 @@
+#include "core/color_index.h"
 #include "filters/sample_frame.h"
 #include "geometry/distort_kernels.h"
 #include "geometry/pixel_access.h"
 #include "geometry/resized_frame.h"
 #include <algorithm>
 #include <array>
-#include <velmont/dib.h>
 #include <velmont/geometry.h>
 
 namespace velmont {
@@ -148,7 +148,7 @@ void *ProcessDistort(void *dib, tagPOINT *corners, unsigned long backgroundColor
         return nullptr;
     const PixelValue background = source.bitCount() == 24
                                       ? pixelOfColor(backgroundColor)
-                                      : static_cast<PixelValue>(GetColorIndex(dib, backgroundColor));
+                                      : static_cast<PixelValue>(colorIndex(source, backgroundColor));
     if (!frame.allocate(*plan))
         return nullptr;
     openResized(frame);

@@ -9,7 +9,8 @@ namespace {
 std::size_t bitPlace(const Pieces &image, int x, int y, int bit)
 {
     const int bits = image.header.biBitCount;
-    return 8 * static_cast<std::size_t>(y) * strideFor(image.header.biWidth, bits) +
+    const std::size_t stride = image.rows.size() / static_cast<std::size_t>(image.header.biHeight);
+    return 8 * static_cast<std::size_t>(y) * stride +
            static_cast<std::size_t>(x) * static_cast<std::size_t>(bits) + static_cast<std::size_t>(bit);
 }
 
@@ -25,6 +26,8 @@ uint32_t swappedAt24(const Pieces &image, uint32_t pixel)
 uint32_t pixelIn(const Pieces &image, int x, int y)
 {
     uint32_t pixel = 0;
+    if (image.header.biBitCount == 8)
+        return image.rows[bitPlace(image, x, y, 0) / 8];
     for (int bit = 0; bit < image.header.biBitCount; ++bit) {
         const std::size_t place = bitPlace(image, x, y, bit);
         pixel = pixel << 1 | (image.rows[place / 8] >> (7 - place % 8) & 1u);
@@ -34,6 +37,10 @@ uint32_t pixelIn(const Pieces &image, int x, int y)
 
 void putPixel(Pieces &image, int x, int y, uint32_t pixel)
 {
+    if (image.header.biBitCount == 8) {
+        image.rows[bitPlace(image, x, y, 0) / 8] = static_cast<uint8_t>(pixel);
+        return;
+    }
     pixel = swappedAt24(image, pixel);
     const int bits = image.header.biBitCount;
     for (int bit = 0; bit < bits; ++bit) {
