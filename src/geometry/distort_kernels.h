@@ -52,7 +52,6 @@ namespace kernels {
 DistortKernels distortPlain();
 #if defined(__x86_64__)
 DistortKernels distortAvx2();
-DistortKernels distortAvx512();
 #endif
 
 } // namespace kernels
