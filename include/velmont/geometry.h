@@ -42,8 +42,9 @@ VELMONT_API void *ProcessCrop(void *dib, void *mask, int x, int y, unsigned long
 
 /// Draws the picture into a quadrilateral. Depths: 1, 4, 8 and 24 bits. Gray and 24-bit pixels are blended of four in
 /// steps of an eighth, rounded down, others are those of the nearest place. The result is as large as the points lie
-/// apart: a width or height of 0, or one too large for a block, is refused. Sides of the picture go to sides of the
-/// quadrilateral, but it is no perspective in between. Points on one line are not refused.
+/// apart: a width or height of 0, or one too large for a block, is refused. It is no perspective: the sides of the picture
+/// that meet in the second corner stay straight, the others bend where opposite sides of the quadrilateral are not
+/// parallel. Points on one line are not refused.
 /// \param corners four points, y upwards to smaller values: where stored row `height` begins, where stored row 0
 /// begins, where that ends, and where row `height` ends. Of a picture stored bottom-up: top left, bottom left, bottom
 /// right, top right, as they are seen with y running down. Null is refused

@@ -53,7 +53,8 @@ struct Quadrilateral {
     }
 };
 
-/// How the quadrilateral is mapped onto the source. A product of two hyperbolas and no projection: hosts rely on it.
+/// How the quadrilateral is mapped onto the source. Two products and no projection, so that the sides away from corner 1
+/// bend: hosts rely on it.
 class Distortion {
 public:
     Distortion(const Quadrilateral &target, const Dib &source) : origin_(target.corners[1])
