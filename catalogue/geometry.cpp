@@ -6,6 +6,116 @@ namespace velmont::catalogue {
 
 namespace {
 
+constexpr unsigned kSampleDepths = Depth8Gray | Depth24;
+
+constexpr FieldText kBackground{.name = "background",
+                                .unit = "colour",
+                                .minimum = 0,
+                                .maximum = 0xFFFFFF,
+                                .defaultValue = 0xFFFFFF,
+                                .help = "0xBBGGRR, for what the picture does not cover"};
+
+/// A rectangle by its size; 0 stands for what there is up to the picture's end.
+struct CropArguments {
+    int32_t left, top, width, height;
+    uint32_t background;
+    int32_t wrap;
+};
+
+constexpr FieldText place(std::string_view name, std::string_view help)
+{
+    return {
+        .name = name, .unit = "pixels", .minimum = -30000, .maximum = 30000, .defaultValue = 0, .help = help};
+}
+constexpr FieldText size(std::string_view name, std::string_view help)
+{
+    return {.name = name, .unit = "pixels", .minimum = 0, .maximum = 30000, .defaultValue = 0, .help = help};
+}
+
+constexpr std::array kWraps{Choice{"background", 0}, Choice{"tile", 1}};
+
+constexpr std::array kCropFields{
+    field<&CropArguments::left>(place("left", "first column")),
+    field<&CropArguments::top>(place("top", "first row as stored, the lowest of most pictures being 0")),
+    field<&CropArguments::width>(size("width", "columns; 0 takes all up to the last")),
+    field<&CropArguments::height>(size("height", "rows; 0 takes all up to the last")),
+    field<&CropArguments::background>(kBackground),
+    field<&CropArguments::wrap>({.name = "wrap",
+                                 .unit = "",
+                                 .minimum = 0,
+                                 .maximum = 1,
+                                 .defaultValue = 0,
+                                 .help = "what lies outside the picture",
+                                 .choices = kWraps}),
+};
+static_assert(coverRecord<CropArguments>(kCropFields));
+
+/// The end of what starts at `first`; 2^31 - 1 where it lies beyond.
+int32_t endOf(int32_t first, int32_t size, int32_t wholeSize)
+{
+    const int64_t end = size != 0 ? int64_t{first} + size : wholeSize;
+    return static_cast<int32_t>(std::clamp<int64_t>(end, INT32_MIN, INT32_MAX));
+}
+
+void *callCrop(void *dib, void *record)
+{
+    const auto &arguments = *static_cast<CropArguments *>(record);
+    int width = 0, height = 0;
+    GetDibSize(dib, &width, &height);
+    const tagRECT rect{arguments.left, arguments.top, endOf(arguments.left, arguments.width, width),
+                       endOf(arguments.top, arguments.height, height)};
+    return ProcessCrop(dib, rect, arguments.background, arguments.wrap);
+}
+
+/// The corners as parts of the picture's size, with y running down.
+struct DistortArguments {
+    int32_t topLeftX, topLeftY, bottomLeftX, bottomLeftY, bottomRightX, bottomRightY, topRightX, topRightY;
+    uint32_t background;
+};
+
+constexpr FieldText corner(std::string_view name, double percent, std::string_view help)
+{
+    return {.name = name,
+            .unit = "percent",
+            .minimum = -200,
+            .maximum = 200,
+            .defaultValue = percent,
+            .help = help};
+}
+
+constexpr std::array kDistortFields{
+    field<&DistortArguments::topLeftX>(corner("topLeftX", 15, "the top left corner, of the width")),
+    field<&DistortArguments::topLeftY>(corner("topLeftY", 0, "the top left corner, of the height")),
+    field<&DistortArguments::bottomLeftX>(corner("bottomLeftX", 0, "the bottom left corner, of the width")),
+    field<&DistortArguments::bottomLeftY>(
+        corner("bottomLeftY", 100, "the bottom left corner, of the height")),
+    field<&DistortArguments::bottomRightX>(
+        corner("bottomRightX", 100, "the bottom right corner, of the width")),
+    field<&DistortArguments::bottomRightY>(
+        corner("bottomRightY", 85, "the bottom right corner, of the height")),
+    field<&DistortArguments::topRightX>(corner("topRightX", 80, "the top right corner, of the width")),
+    field<&DistortArguments::topRightY>(corner("topRightY", 10, "the top right corner, of the height")),
+    field<&DistortArguments::background>(kBackground),
+};
+static_assert(coverRecord<DistortArguments>(kDistortFields));
+
+void *callDistort(void *dib, void *record)
+{
+    const auto &arguments = *static_cast<DistortArguments *>(record);
+    int width = 0, height = 0;
+    GetDibSize(dib, &width, &height);
+    const auto part = [](int32_t percent, int whole) {
+        return static_cast<int32_t>(
+            std::clamp<int64_t>(int64_t{percent} * whole / 100, INT32_MIN, INT32_MAX));
+    };
+    const auto point = [&](int32_t x, int32_t y) { return tagPOINT{part(x, width), part(y, height)}; };
+    tagPOINT corners[] = {point(arguments.topLeftX, arguments.topLeftY),
+                          point(arguments.bottomLeftX, arguments.bottomLeftY),
+                          point(arguments.bottomRightX, arguments.bottomRightY),
+                          point(arguments.topRightX, arguments.topRightY)};
+    return ProcessDistort(dib, corners, arguments.background);
+}
+
 constexpr std::array kTurns{Choice{"clockwise", 90}, Choice{"half", 180}, Choice{"counterclockwise", 270}};
 
 constexpr std::array kExactRotateFields{
@@ -196,12 +306,7 @@ constexpr std::array kRotateFields{
                                     .maximum = 360,
                                     .defaultValue = 30,
                                     .help = "clockwise, as seen with the first row at the bottom"}),
-    field<&RotateArguments::background>({.name = "background",
-                                         .unit = "colour",
-                                         .minimum = 0,
-                                         .maximum = 0xFFFFFF,
-                                         .defaultValue = 0xFFFFFF,
-                                         .help = "0xBBGGRR, for what the turned picture does not cover"}),
+    field<&RotateArguments::background>(kBackground),
 };
 static_assert(coverRecord<RotateArguments>(kRotateFields));
 
@@ -222,7 +327,53 @@ constexpr std::array kTo1BitFields{
 };
 static_assert(coverRecord<IntParameter>(kTo1BitFields));
 
-constexpr unsigned kSampleDepths = Depth8Gray | Depth24;
+constexpr FieldText kStrength{.name = "strength",
+                              .unit = "percent",
+                              .minimum = 1,
+                              .maximum = 100,
+                              .defaultValue = 50,
+                              .help = "how much to warp"};
+constexpr std::array kStrengthFields{field<&IntParameter::value>(kStrength)};
+static_assert(coverRecord<IntParameter>(kStrengthFields));
+
+constexpr std::array kAngularTypes{Choice{"spiral", 1}, Choice{"whirlpool", 2}, Choice{"twist", 3},
+                                   Choice{"funnel", 4}};
+
+constexpr std::array kAngularFields{
+    field<&tagParamPTAngular::type>({.name = "type",
+                                     .unit = "",
+                                     .minimum = 1,
+                                     .maximum = 4,
+                                     .defaultValue = 1,
+                                     .help = "how the turn goes with the distance from the centre",
+                                     .choices = kAngularTypes}),
+    field<&tagParamPTAngular::strength>({.name = "strength",
+                                         .unit = "percent",
+                                         .minimum = 1,
+                                         .maximum = 100,
+                                         .defaultValue = 50,
+                                         .help = "how far to turn; twist and funnel have no use for it"}),
+};
+static_assert(coverRecord<tagParamPTAngular>(kAngularFields));
+
+constexpr std::array kRadialTypes{Choice{"cone", 1}, Choice{"sphere", 2}, Choice{"fish-eye", 3}};
+
+constexpr std::array kRadialFields{
+    field<&tagParamPTRadial::type>({.name = "type",
+                                    .unit = "",
+                                    .minimum = 1,
+                                    .maximum = 3,
+                                    .defaultValue = 3,
+                                    .help = "how the scale goes with the distance from the centre",
+                                    .choices = kRadialTypes}),
+    field<&tagParamPTRadial::strength>({.name = "strength",
+                                        .unit = "percent",
+                                        .minimum = 1,
+                                        .maximum = 100,
+                                        .defaultValue = 50,
+                                        .help = "how much to scale; the sphere has no use for it"}),
+};
+static_assert(coverRecord<tagParamPTRadial>(kRadialFields));
 
 constexpr std::array kMagicModes{Choice{"columns", 0}, Choice{"rows", 1}, Choice{"radial", 2},
                                  Choice{"angular", 3}};
@@ -388,7 +539,50 @@ constexpr std::array kEffects{
            .depths = kSampleDepths,
            .random = true,
            .call = callWithInt<static_cast<Form<int>>(&ProcessSplash)>},
-
+    Effect{.name = "cone",
+           .exportName = "ProcessCone",
+           .code = 48,
+           .family = Family::Geometry,
+           .help = "pinches the centre",
+           .recordName = "int",
+           .recordBytes = sizeof(IntParameter),
+           .fields = kStrengthFields,
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callWithInt<&ProcessCone>},
+    Effect{.name = "crop",
+           .exportName = "ProcessCrop",
+           .code = {},
+           .family = Family::Geometry,
+           .help = "a rectangle of the picture, or around it",
+           .recordName = "arguments",
+           .recordBytes = sizeof(CropArguments),
+           .fields = kCropFields,
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callCrop},
+    Effect{.name = "cylinder",
+           .exportName = "ProcessCylinder",
+           .code = 66,
+           .family = Family::Geometry,
+           .help = "wraps around an upright cylinder",
+           .recordName = {},
+           .recordBytes = 0,
+           .fields = {},
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callPlain<&ProcessCylinder>},
+    Effect{.name = "distort",
+           .exportName = "ProcessDistort",
+           .code = {},
+           .family = Family::Geometry,
+           .help = "into a quadrilateral",
+           .recordName = "arguments",
+           .recordBytes = sizeof(DistortArguments),
+           .fields = kDistortFields,
+           .depths = DepthAll,
+           .random = false,
+           .call = callDistort},
     Effect{.name = "exact-rotate",
            .exportName = "ProcessExactRotate",
            .code = {},
@@ -435,6 +629,39 @@ constexpr std::array kEffects{
            .random = false,
            .call = callHighQuality,
            .otherDepths = Depth8Paletted},
+    Effect{.name = "fish-eye",
+           .exportName = "ProcessFishEye",
+           .code = 41,
+           .family = Family::Geometry,
+           .help = "magnifies the centre",
+           .recordName = "int",
+           .recordBytes = sizeof(IntParameter),
+           .fields = kStrengthFields,
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callWithInt<&ProcessFishEye>},
+    Effect{.name = "polar-angular",
+           .exportName = "ProcessPolarTransformAngular",
+           .code = 57,
+           .family = Family::Geometry,
+           .help = "turns by the distance from the centre",
+           .recordName = "tagParamPTAngular",
+           .recordBytes = sizeof(tagParamPTAngular),
+           .fields = kAngularFields,
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callWithRecord<&ProcessPolarTransformAngular, tagParamPTAngular>},
+    Effect{.name = "polar-radial",
+           .exportName = "ProcessPolarTransformRadial",
+           .code = 64,
+           .family = Family::Geometry,
+           .help = "scales by the distance from the centre",
+           .recordName = "tagParamPTRadial",
+           .recordBytes = sizeof(tagParamPTRadial),
+           .fields = kRadialFields,
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callWithRecord<&ProcessPolarTransformRadial, tagParamPTRadial>},
     Effect{.name = "rotate",
            .exportName = "ProcessRotate",
            .code = {},
@@ -446,6 +673,28 @@ constexpr std::array kEffects{
            .depths = DepthAll,
            .random = false,
            .call = callRotate},
+    Effect{.name = "sphere",
+           .exportName = "ProcessSphere",
+           .code = 55,
+           .family = Family::Geometry,
+           .help = "lays the picture on a sphere",
+           .recordName = {},
+           .recordBytes = 0,
+           .fields = {},
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callPlain<&ProcessSphere>},
+    Effect{.name = "spiral",
+           .exportName = "ProcessSpiral",
+           .code = 50,
+           .family = Family::Geometry,
+           .help = "turns more towards the edge",
+           .recordName = "int",
+           .recordBytes = sizeof(IntParameter),
+           .fields = kStrengthFields,
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callWithInt<&ProcessSpiral>},
     Effect{.name = "to-1-bit",
            .exportName = "ProcessConvertFrom8To1",
            .code = {},
@@ -501,6 +750,17 @@ constexpr std::array kEffects{
            .depths = Depth8 | Depth24,
            .random = false,
            .call = callWithRecord<&ProcessZigZag, tagZigZagParam>},
+    Effect{.name = "whirlpool",
+           .exportName = "ProcessWhirlpool",
+           .code = 49,
+           .family = Family::Geometry,
+           .help = "turns more towards the centre",
+           .recordName = "int",
+           .recordBytes = sizeof(IntParameter),
+           .fields = kStrengthFields,
+           .depths = kSampleDepths,
+           .random = false,
+           .call = callWithInt<&ProcessWhirlpool>},
 };
 
 } // namespace

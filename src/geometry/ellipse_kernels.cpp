@@ -15,8 +15,6 @@ EllipseKernels ellipsePlain()
 EllipseKernels ellipseKernels()
 {
 #if defined(__x86_64__)
-    if (cpuLevel() >= CpuLevel::Avx512)
-        return kernels::ellipseAvx512();
     if (cpuLevel() >= CpuLevel::Avx2)
         return kernels::ellipseAvx2();
 #endif

@@ -46,7 +46,6 @@ namespace kernels {
 EllipseKernels ellipsePlain();
 #if defined(__x86_64__)
 EllipseKernels ellipseAvx2();
-EllipseKernels ellipseAvx512();
 #endif
 
 } // namespace kernels

@@ -24,53 +24,42 @@ inline int32_t placeOf(uint32_t scaledFromCentre, int32_t size)
     return held(static_cast<int32_t>(scaledFromCentre + centre) >> 15, 0, size - 1);
 }
 
-/// pull(entry, dx, dy, sourceX, sourceY) tells the pixel by its doubled place from the centre.
-template <typename Pull>
-inline void findPlaces(uint32_t *__restrict places, const EllipseRow &row, int first, int count, Pull pull)
+/// A radial warp has cosines alone.
+template <bool isTurned>
+inline void findPlaces(uint32_t *__restrict places, const EllipseRow &row, int first, int count,
+                       const int32_t *__restrict cosines, const int32_t *__restrict sines)
 {
     const int32_t *__restrict const columnParts = row.columnParts + first;
-    const auto dy = 2 * static_cast<uint32_t>(row.y) + 1 - static_cast<uint32_t>(row.height);
-    const auto firstDx = 2 * static_cast<uint32_t>(first) + 1 - static_cast<uint32_t>(row.width);
+    const int32_t width = row.width, height = row.height;
+    const uint32_t stride = row.stride, pixelBytes = row.pixelBytes;
     const auto rowPart = static_cast<uint32_t>(row.rowPart);
-    const uint32_t own =
-        static_cast<uint32_t>(row.y) * row.stride + static_cast<uint32_t>(first) * row.pixelBytes;
-    const EllipseRow shape = row;
+    const auto dy = 2 * static_cast<uint32_t>(row.y) + 1 - static_cast<uint32_t>(height);
+    const auto firstDx = 2 * static_cast<uint32_t>(first) + 1 - static_cast<uint32_t>(width);
+    const uint32_t own = static_cast<uint32_t>(row.y) * stride + static_cast<uint32_t>(first) * pixelBytes;
     for (int i = 0; i < count; ++i) {
         const auto along = static_cast<uint32_t>(i);
+        const uint32_t dx = firstDx + 2 * along;
         const auto index = static_cast<int32_t>(rowPart + static_cast<uint32_t>(columnParts[i]));
-        int32_t sourceX, sourceY;
-        pull(held(index, 1, kEllipseEntries - 1), firstDx + 2 * along, dy, sourceX, sourceY);
-        const uint32_t pulled =
-            static_cast<uint32_t>(sourceY) * shape.stride + static_cast<uint32_t>(sourceX) * shape.pixelBytes;
-        places[i] = index < kEllipseEntries ? pulled : own + along * shape.pixelBytes;
+        const int32_t entry = held(index, 1, kEllipseEntries - 1);
+        const auto cosine = static_cast<uint32_t>(cosines[entry]);
+        const uint32_t sine = isTurned ? static_cast<uint32_t>(sines[entry]) : 0;
+        const auto sourceX = static_cast<uint32_t>(placeOf(cosine * dx - sine * dy, width));
+        const auto sourceY = static_cast<uint32_t>(placeOf(sine * dx + cosine * dy, height));
+        const uint32_t pulled = sourceY * stride + sourceX * pixelBytes;
+        places[i] = index < kEllipseEntries ? pulled : own + along * pixelBytes;
     }
 }
 
 inline void radialPlaces(uint32_t *places, const EllipseRow &row, int first, int count,
                          const RadialWarp &table)
 {
-    const int32_t *const factors = table.factor.data();
-    const int32_t width = row.width, height = row.height;
-    findPlaces(places, row, first, count,
-               [=](int32_t entry, uint32_t dx, uint32_t dy, int32_t &sourceX, int32_t &sourceY) {
-                   const auto factor = static_cast<uint32_t>(factors[entry]);
-                   sourceX = placeOf(factor * dx, width);
-                   sourceY = placeOf(factor * dy, height);
-               });
+    findPlaces<false>(places, row, first, count, table.factor.data(), nullptr);
 }
 
 inline void angularPlaces(uint32_t *places, const EllipseRow &row, int first, int count,
                           const AngularWarp &table)
 {
-    const int32_t *const cosines = table.cosine.data(), *const sines = table.sine.data();
-    const int32_t width = row.width, height = row.height;
-    findPlaces(places, row, first, count,
-               [=](int32_t entry, uint32_t dx, uint32_t dy, int32_t &sourceX, int32_t &sourceY) {
-                   const auto cosine = static_cast<uint32_t>(cosines[entry]);
-                   const auto sine = static_cast<uint32_t>(sines[entry]);
-                   sourceX = placeOf(cosine * dx - sine * dy, width);
-                   sourceY = placeOf(sine * dx + cosine * dy, height);
-               });
+    findPlaces<true>(places, row, first, count, table.cosine.data(), table.sine.data());
 }
 
 } // namespace
