@@ -46,8 +46,6 @@ public:
     bool hasSource() const { return source_.has_value(); }
     /// Whether there is a source and it has one of these depths.
     bool serves(std::initializer_list<int> depths) const;
-    /// Whether there is a source, of whatever depth.
-    bool hasSource() const { return source_.has_value(); }
     const Dib &source() const { return *source_; }
 
     /// Starts the work: allocate() and open(). On failure everything is as it was, but for the cursors shown,
