@@ -7,9 +7,11 @@ namespace velmont {
 
 namespace {
 
-/// Rows of the result that are made together, so that whole cache lines of the source are used. Whole bytes at 1
-/// and 4 bits.
-constexpr int kBandRows = 64;
+/// Rows of the result that are made together, so that whole cache lines of the source are used.
+int bandRows(int bitCount)
+{
+    return std::max(64, 512 / bitCount);
+}
 
 bool isOwnDepth(int bitCount)
 {
@@ -64,14 +66,14 @@ void turnColumns(EffectFrame &frame, int angle, Transposition transpose, int fir
 /// A band is made at its first row's poll; what an abort leaves unmade is never seen.
 void turnByQuarter(EffectFrame &frame, int angle, Transposition transpose)
 {
-    const int columns = frame.source().width();
+    const int columns = frame.source().width(), band = bandRows(frame.source().bitCount());
     int end = 0; // of the rows made
     for (const int y : frame.steps(columns)) {
         if (y < end)
             continue;
         // Bands start with multiples of their size in the source, which goes backward at 90 degrees.
         const int column = angle == 90 ? columns - 1 - y : y;
-        const int first = column / kBandRows * kBandRows, last = std::min(first + kBandRows, columns) - 1;
+        const int first = column / band * band, last = std::min(first + band, columns) - 1;
         turnColumns(frame, angle, transpose, first, last);
         end = y + last - first + 1;
     }

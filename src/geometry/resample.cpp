@@ -152,9 +152,10 @@ void copyBits(EffectFrame &frame, const Tables &tables, const Side &columnSide, 
             continue;
         const uint8_t *const from = frame.source().row(tables.rows()[y]);
         uint8_t *const to = frame.result().row(y);
-        for (int x = columns.first; x < columns.end; ++x)
-            if (pixelAt<1>(from, static_cast<std::size_t>(tables.columns()[x])) != 0)
-                to[x / 8] = static_cast<uint8_t>(to[x / 8] | 0x80 >> x % 8);
+        for (int x = columns.first; x < columns.end; ++x) {
+            const PixelValue bit = pixelAt<1>(from, static_cast<std::size_t>(tables.columns()[x]));
+            to[x / 8] = static_cast<uint8_t>(to[x / 8] | bit << (7 - x % 8));
+        }
     }
 }
 

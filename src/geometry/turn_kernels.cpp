@@ -33,29 +33,40 @@ void transposeBytesPlain(const To &to, const From &from, std::size_t width, std:
 
 constexpr std::size_t kTile = 16;
 
-/// Sixteen rows of sixteen bytes. Each round brings rows together that are half as far apart as before.
-void transposeTile(const To &to, const From &from)
-{
-    __m128i rows[kTile], mixed[kTile];
-    for (std::size_t y = 0; y < kTile; ++y)
-        rows[y] = _mm_loadu_si128(reinterpret_cast<const __m128i *>(from.row(y)));
-    for (int round = 0; round < 4; ++round) {
-        for (std::size_t y = 0; y < kTile / 2; ++y) {
-            mixed[2 * y] = _mm_unpacklo_epi8(rows[y], rows[y + kTile / 2]);
-            mixed[2 * y + 1] = _mm_unpackhi_epi8(rows[y], rows[y + kTile / 2]);
-        }
-        std::swap(rows, mixed);
+/// Sixteen rows of sixteen bytes.
+struct Tile {
+    __m128i rows[kTile];
+
+    static Tile load(const From &from, std::size_t byte)
+    {
+        Tile tile;
+        for (std::size_t y = 0; y < kTile; ++y)
+            tile.rows[y] = _mm_loadu_si128(reinterpret_cast<const __m128i *>(from.row(y) + byte));
+        return tile;
     }
-    for (std::size_t x = 0; x < kTile; ++x)
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(to.row(x)), rows[x]);
-}
+    /// Each round brings rows together that are half as far apart as before.
+    void transpose()
+    {
+        for (int round = 0; round < 4; ++round) {
+            const Tile before = *this;
+            for (std::size_t y = 0; y < kTile / 2; ++y) {
+                rows[2 * y] = _mm_unpacklo_epi8(before.rows[y], before.rows[y + kTile / 2]);
+                rows[2 * y + 1] = _mm_unpackhi_epi8(before.rows[y], before.rows[y + kTile / 2]);
+            }
+        }
+    }
+};
 
 void transposeBytes(const To &to, const From &from, std::size_t width, std::size_t height)
 {
     const std::size_t tiledWidth = width / kTile * kTile, tiledHeight = height / kTile * kTile;
     for (std::size_t y = 0; y < tiledHeight; y += kTile)
-        for (std::size_t x = 0; x < tiledWidth; x += kTile)
-            transposeTile(partOf(to, y, x), partOf(from, x, y));
+        for (std::size_t x = 0; x < tiledWidth; x += kTile) {
+            Tile tile = Tile::load(partOf(from, 0, y), x);
+            tile.transpose();
+            for (std::size_t i = 0; i < kTile; ++i)
+                _mm_storeu_si128(reinterpret_cast<__m128i *>(to.row(x + i) + y), tile.rows[i]);
+        }
     transposeBytesPlain(partOf(to, 0, tiledWidth), partOf(from, tiledWidth, 0), width - tiledWidth, height);
     transposeBytesPlain(partOf(to, tiledHeight, 0), partOf(from, 0, tiledHeight), tiledWidth,
                         height - tiledHeight);
@@ -143,7 +154,7 @@ uint64_t columnsOfBits(const From &from, std::size_t byte, std::size_t first, st
     return bits;
 }
 
-void transposeBits(const To &to, const From &from, std::size_t width, std::size_t height)
+void transposeBitsPlain(const To &to, const From &from, std::size_t width, std::size_t height)
 {
     for (std::size_t y = 0; y < height; y += 8)
         for (std::size_t x = 0; x < width; x += 8) {
@@ -153,7 +164,7 @@ void transposeBits(const To &to, const From &from, std::size_t width, std::size_
         }
 }
 
-void transposeNibbles(const To &to, const From &from, std::size_t width, std::size_t height)
+void transposeNibblesPlain(const To &to, const From &from, std::size_t width, std::size_t height)
 {
     for (std::size_t y = 0; y < height; y += 2)
         for (std::size_t x = 0; x < width; x += 2) {
@@ -163,6 +174,74 @@ void transposeNibbles(const To &to, const From &from, std::size_t width, std::si
                 to.row(x + 1)[y / 2] = static_cast<uint8_t>(upper << 4 | (lower & 0x0F));
         }
 }
+
+#if defined(__SSE2__)
+
+/// Stores what a turned byte of sixteen rows holds: a row of the result for each of its bits, highest first.
+void storeBits(const To &to, std::size_t byte, __m128i column)
+{
+    for (std::size_t bit = 0; bit < 8; ++bit) {
+        const auto highest = static_cast<uint16_t>(_mm_movemask_epi8(column));
+        std::memcpy(to.row(bit) + byte, &highest, sizeof highest);
+        column = _mm_add_epi8(column, column);
+    }
+}
+
+/// The same for its two nibbles: words have an upper row's byte low and the next row's high.
+void storeNibbles(const To &to, std::size_t byte, __m128i column)
+{
+    const __m128i low = _mm_set1_epi16(0x0F), high = _mm_set1_epi16(0xF0);
+    const __m128i first = _mm_or_si128(_mm_and_si128(column, high), _mm_srli_epi16(column, 12));
+    const __m128i second = _mm_or_si128(_mm_slli_epi16(_mm_and_si128(column, low), 4),
+                                        _mm_and_si128(_mm_srli_epi16(column, 8), low));
+    const __m128i both = _mm_packus_epi16(first, second);
+    _mm_storel_epi64(reinterpret_cast<__m128i *>(to.row(0) + byte), both);
+    _mm_storel_epi64(reinterpret_cast<__m128i *>(to.row(1) + byte), _mm_srli_si128(both, 8));
+}
+
+/// Packed pixels in tiles; plain() takes what they leave at the right and below.
+template <int bits>
+void transposePacked(const To &to, const From &from, std::size_t width, std::size_t height,
+                     Transposition plain)
+{
+    constexpr std::size_t kPixels = 8 / bits, kTileWidth = kTile * kPixels;
+    const std::size_t tiledWidth = width / kTileWidth * kTileWidth, tiledHeight = height / kTile * kTile;
+    for (std::size_t y = 0; y < tiledHeight; y += kTile)
+        for (std::size_t x = 0; x < tiledWidth; x += kTileWidth) {
+            Tile tile = Tile::load(partOf(from, 0, y), x / kPixels);
+            if constexpr (bits == 1) { // masks have the first row's bit lowest, pixels highest
+                std::reverse(tile.rows, tile.rows + 8);
+                std::reverse(tile.rows + 8, tile.rows + 16);
+            }
+            tile.transpose();
+            for (std::size_t i = 0; i < kTile; ++i) {
+                const To rows = partOf(to, 0, x + i * kPixels);
+                if constexpr (bits == 1)
+                    storeBits(rows, y / kPixels, tile.rows[i]);
+                else
+                    storeNibbles(rows, y / kPixels, tile.rows[i]);
+            }
+        }
+    plain(partOf(to, 0, tiledWidth), partOf(from, tiledWidth / kPixels, 0), width - tiledWidth, height);
+    plain(partOf(to, tiledHeight / kPixels, 0), partOf(from, 0, tiledHeight), tiledWidth,
+          height - tiledHeight);
+}
+
+void transposeBits(const To &to, const From &from, std::size_t width, std::size_t height)
+{
+    transposePacked<1>(to, from, width, height, transposeBitsPlain);
+}
+
+void transposeNibbles(const To &to, const From &from, std::size_t width, std::size_t height)
+{
+    transposePacked<4>(to, from, width, height, transposeNibblesPlain);
+}
+
+#else
+
+constexpr Transposition transposeBits = transposeBitsPlain, transposeNibbles = transposeNibblesPlain;
+
+#endif
 
 void mirrorBytes(uint8_t *__restrict to, const uint8_t *__restrict from, std::size_t width)
 {

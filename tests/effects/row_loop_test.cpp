@@ -4,6 +4,7 @@
 #include "tests/effects/watching_host.h"
 #include <climits>
 #include <gtest/gtest.h>
+#include <string>
 
 namespace velmont::testing {
 
@@ -42,6 +43,18 @@ TEST(RowLoopTest, OneRow)
     EXPECT_EQ(result.events, (Events{"poll", "0%", "row"}));
     EXPECT_EQ(result.rows, std::vector<int>{0});
     EXPECT_FALSE(result.aborted);
+}
+
+TEST(RowLoopTest, ReportsBeforeThePoll)
+{
+    RecordingHost host;
+    host.abortFromPoll(3);
+    bool aborted = false;
+    for (const int y :
+         RowLoop(4, aborted, {.reportEvery = 1, .percentFrom = 50, .percentSpan = 50, .reportFirst = true}))
+        host.events.push_back("row " + std::to_string(y));
+    EXPECT_EQ(host.events, (Events{"50%", "poll", "row 0", "62%", "poll", "row 1", "75%", "poll"}));
+    EXPECT_TRUE(aborted);
 }
 
 TEST(RowLoopTest, SixteenRowsReportOnce)
