@@ -390,7 +390,7 @@ constexpr std::array kMagicMirrorFields{
                                         .unit = "levels",
                                         .minimum = -127,
                                         .maximum = 127,
-                                        .defaultValue = -40,
+                                        .defaultValue = 40,
                                         .help = "the straight line, moved by so many levels"}),
 };
 static_assert(coverRecord<tagParamMagicMirror>(kMagicMirrorFields));

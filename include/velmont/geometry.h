@@ -170,21 +170,21 @@ VELMONT_API void *ProcessZigZag(void *dib, tagZigZagParam *param);
 
 /// The record of ProcessMagicMirror.
 struct tagParamMagicMirror {
-    int32_t mode; ///< 0 columns, 1 rows, 2 to and from the centre, 3 around the centre; others are refused
+    int32_t mode;       ///< 0 columns, 1 rows, 2 to and from the centre, 3 around it; others are refused
     uint8_t curve[256]; ///< the place, 0 to 255, that each of 256 places is taken from
 };
 
 /// Bends the picture by a curve; the identity changes next to nothing. Modes 0 and 1 stretch the curve over the width or
-/// height. Modes 2 and 3 work inside the ellipse that touches the sides: the place is the squared distance from the
-/// centre, and what the curve lies below (above) the identity by, d of 255, pulls pixels from 1 + d percent as far (1 /
-/// (1 + |d|) percent) or turns them by d / 200 of a full turn. Depths as for ProcessZigZag. Polls and progress at
-/// every 32nd row. Code 56.
+/// height. Modes 2 and 3 work inside the ellipse that touches the sides, where the place is the squared distance from
+/// the centre. Let the curve lie d below the identity: mode 2 pulls the pixel from 1 + d / 100 times as far, or, where it
+/// lies above, from 1 / (1 + |d| / 100) times; mode 3 turns by d / 200 of a full turn. Depths as for ProcessZigZag. Polls
+/// and progress at every 32nd row. Code 56.
 VELMONT_API void *ProcessMagicMirror(void *dib, tagParamMagicMirror *param);
 
 /// The record of ProcessRibbon.
 struct tagParamRibbon {
     int32_t frequency; ///< half waves over the width, in tenths; any value
-    int32_t depth;     ///< height of the wave in 4/3 percent of the image's, 100 being 75 percent; any value
+    int32_t depth;     ///< height of the wave in percent of three quarters of the image's; any value
     uint32_t color;    ///< of what the wave leaves free
 };
 
@@ -199,9 +199,8 @@ VELMONT_API void *ProcessRipple(void *dib, int amount);
 
 /// The record of ProcessWrinkle.
 struct tagParamWrinkle {
-    int32_t
-        strength; ///< 1 to 100, others are refused; half of it is the chance, in percent, of a step each way
-    uint32_t color; ///< of what comes from outside the image
+    int32_t strength; ///< 1 to 100, others are refused; twice the percent of a step's chance each way
+    uint32_t color;   ///< of what comes from outside the image
 };
 
 /// Drags columns and rows along by random walks. Depths: 24 bits and 8 bits gray. The walk of the columns goes on from
@@ -228,7 +227,7 @@ VELMONT_API int ProcessMelting(void *dib, void *alpha, int amount, void **newDib
 
 /// Scatters pixels: each comes from a random place near its own. The generator is seeded with width * height, so that a
 /// picture always splashes alike. Code 35, `param` points to the amount.
-/// \param amount percent, any int: pixels come from up to amount / 4 + 1 pixels off, 1 to 26
+/// \param amount held within 2 to 100: pixels come from up to (amount / 2 + 1) / 2 pixels off either way
 VELMONT_API void *ProcessSplash(void *dib, int amount);
 /// The same for a cut-out, without the seed.
 VELMONT_API int ProcessSplash(void *dib, void *alpha, int amount, void **newDib, void **newAlpha);
