@@ -10,7 +10,7 @@ namespace {
 std::vector<Effect> gather()
 {
     std::vector<Effect> all;
-    for (const auto family : {toneEffects(), filterEffects(), geometryEffects()})
+    for (const auto family : {toneEffects(), filterEffects(), geometryEffects(), cutOutEffects()})
         all.insert(all.end(), family.begin(), family.end());
     std::sort(all.begin(), all.end(), [](const Effect &a, const Effect &b) {
         return a.family != b.family ? a.family < b.family : a.name < b.name;

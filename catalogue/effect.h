@@ -109,7 +109,7 @@ struct Effect {
     unsigned otherDepths = 0; ///< not refused either, but of no use
     int locksLeft = 0;        ///< on the source by each run
     std::span<const Operand> operands = {};
-    int locksOnResult = 0;    ///< by each run
+    int locksOnResult = 0; ///< by each run
     /// Images with a shorter side are refused by the defaults, after all was begun: the wait cursor stays, and the
     /// block of the result is lost.
     int smallestSide = 1;

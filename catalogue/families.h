@@ -14,6 +14,7 @@ namespace velmont::catalogue {
 std::span<const Effect> toneEffects();
 std::span<const Effect> filterEffects();
 std::span<const Effect> geometryEffects();
+std::span<const Effect> cutOutEffects();
 
 /// The record of an effect that takes one int instead of a record.
 struct IntParameter {
@@ -177,15 +178,17 @@ constexpr Operand resultOperand(std::string_view name, OperandKind kind, std::st
 }
 
 /// Whether the fields cover the record: none is missing and there is nothing between them. Pointers are no
-/// fields: operands, or what the host owns, which stays null; their bytes come on top.
+/// fields: operands, or what the host owns, which stays null; their bytes come on top, and where they are there may
+/// be padding at the end.
 template <typename RecordType, std::size_t count>
 constexpr bool coverRecord(const std::array<Field, count> &fields, std::size_t pointerBytes = 0)
 {
     std::size_t bytes = pointerBytes;
     for (const Field &field : fields)
         bytes += field.bytes;
-    return bytes == sizeof(RecordType) && sizeof(RecordType) <= kLargestRecord &&
-           std::is_trivially_copyable_v<RecordType>;
+    const std::size_t padding = pointerBytes == 0 ? 0 : alignof(RecordType) - 1;
+    return bytes <= sizeof(RecordType) && sizeof(RecordType) <= bytes + padding &&
+           sizeof(RecordType) <= kLargestRecord && std::is_trivially_copyable_v<RecordType>;
 }
 
 /// The call of an export that takes the handle alone.

@@ -1,5 +1,5 @@
 #include "catalogue/families.h"
-#include <velmont/dib.h>
+#include "catalogue/picture_size.h"
 #include <velmont/geometry.h>
 
 namespace velmont::catalogue {
@@ -13,7 +13,7 @@ constexpr FieldText kBackground{.name = "background",
                                 .minimum = 0,
                                 .maximum = 0xFFFFFF,
                                 .defaultValue = 0xFFFFFF,
-                                .help = "0xBBGGRR, for what the picture does not cover"};
+                                .help = "of what the picture does not cover"};
 
 /// A rectangle by its size; 0 stands for what there is up to the picture's end.
 struct CropArguments {
@@ -36,7 +36,7 @@ constexpr std::array kWraps{Choice{"background", 0}, Choice{"tile", 1}};
 
 constexpr std::array kCropFields{
     field<&CropArguments::left>(place("left", "first column")),
-    field<&CropArguments::top>(place("top", "first row as stored, the lowest of most pictures being 0")),
+    field<&CropArguments::top>(place("top", "first row, counted from the top")),
     field<&CropArguments::width>(size("width", "columns; 0 takes all up to the last")),
     field<&CropArguments::height>(size("height", "rows; 0 takes all up to the last")),
     field<&CropArguments::background>(kBackground),
@@ -50,20 +50,15 @@ constexpr std::array kCropFields{
 };
 static_assert(coverRecord<CropArguments>(kCropFields));
 
-/// The end of what starts at `first`; 2^31 - 1 where it lies beyond.
-int32_t endOf(int32_t first, int32_t size, int32_t wholeSize)
-{
-    const int64_t end = size != 0 ? int64_t{first} + size : wholeSize;
-    return static_cast<int32_t>(std::clamp<int64_t>(end, INT32_MIN, INT32_MAX));
-}
-
 void *callCrop(void *dib, void *record)
 {
     const auto &arguments = *static_cast<CropArguments *>(record);
-    int width = 0, height = 0;
-    GetDibSize(dib, &width, &height);
-    const tagRECT rect{arguments.left, arguments.top, endOf(arguments.left, arguments.width, width),
-                       endOf(arguments.top, arguments.height, height)};
+    const Size image = sizeOf(dib);
+    const int64_t width = arguments.width != 0 ? arguments.width : int64_t{image.width} - arguments.left;
+    const int64_t height = arguments.height != 0 ? arguments.height : int64_t{image.height} - arguments.top;
+    const int32_t firstRow = storedRow(image.height, arguments.top, height);
+    const tagRECT rect{arguments.left, firstRow, heldToInt(arguments.left + width),
+                       heldToInt(firstRow + height)};
     return ProcessCrop(dib, rect, arguments.background, arguments.wrap);
 }
 
@@ -102,12 +97,8 @@ static_assert(coverRecord<DistortArguments>(kDistortFields));
 void *callDistort(void *dib, void *record)
 {
     const auto &arguments = *static_cast<DistortArguments *>(record);
-    int width = 0, height = 0;
-    GetDibSize(dib, &width, &height);
-    const auto part = [](int32_t percent, int whole) {
-        return static_cast<int32_t>(
-            std::clamp<int64_t>(int64_t{percent} * whole / 100, INT32_MIN, INT32_MAX));
-    };
+    const auto [width, height] = sizeOf(dib);
+    const auto part = [](int32_t percent, int whole) { return heldToInt(int64_t{percent} * whole / 100); };
     const auto point = [&](int32_t x, int32_t y) { return tagPOINT{part(x, width), part(y, height)}; };
     tagPOINT corners[] = {point(arguments.topLeftX, arguments.topLeftY),
                           point(arguments.bottomLeftX, arguments.bottomLeftY),
@@ -159,17 +150,6 @@ constexpr std::array kResampleFields{
                                            .help = "what the result says of its density"}),
 };
 static_assert(coverRecord<ResampleArguments>(kResampleFields));
-
-struct Size {
-    int width = 0, height = 0;
-};
-
-Size sizeOf(void *dib)
-{
-    Size size;
-    GetDibSize(dib, &size.width, &size.height);
-    return size;
-}
 
 /// The size with sides of 0 made out of the other one, or half of the image's where both are.
 Size resolvedSize(void *dib, Size wanted)
@@ -256,7 +236,7 @@ constexpr std::array kPartialResampleFields{
                                             .minimum = -30000,
                                             .maximum = 30000,
                                             .defaultValue = 0,
-                                            .help = "the rectangle's first stored row"}),
+                                            .help = "the rectangle's first row, counted from the top"}),
     field<&PartialResampleArguments::srcWidth>({.name = "srcWidth",
                                                 .unit = "pixels",
                                                 .minimum = 0,
@@ -287,11 +267,12 @@ static_assert(coverRecord<PartialResampleArguments>(kPartialResampleFields));
 void *callPartialResample(void *dib, void *record)
 {
     const auto &arguments = *static_cast<PartialResampleArguments *>(record);
-    const auto [imageWidth, imageHeight] = sizeOf(dib);
+    const Size image = sizeOf(dib);
     const auto [width, height] = resolvedSize(dib, {arguments.newWidth, arguments.newHeight});
-    return ProcessPartialResample(
-        dib, arguments.srcX, arguments.srcY, arguments.srcWidth != 0 ? arguments.srcWidth : imageWidth,
-        arguments.srcHeight != 0 ? arguments.srcHeight : imageHeight, width, height);
+    const int32_t srcWidth = arguments.srcWidth != 0 ? arguments.srcWidth : image.width;
+    const int32_t srcHeight = arguments.srcHeight != 0 ? arguments.srcHeight : image.height;
+    return ProcessPartialResample(dib, arguments.srcX, storedRow(image.height, arguments.srcY, srcHeight),
+                                  srcWidth, srcHeight, width, height);
 }
 
 struct RotateArguments {
