@@ -201,7 +201,7 @@ constexpr std::array kRotateFields{
                                          .minimum = 0,
                                          .maximum = 0xFFFFFF,
                                          .defaultValue = 0xFFFFFF,
-                                         .help = "0xBBGGRR, for what the turned picture does not cover"}),
+                                         .help = "for what the turned picture does not cover"}),
 };
 static_assert(coverRecord<RotateArguments>(kRotateFields));
 
