@@ -87,6 +87,13 @@ void expectEffect(const json &object, const Effect &effect)
     EXPECT_EQ(object.at("family"), catalogue::familyName(effect.family));
     EXPECT_EQ(object.at("help"), effect.help);
     EXPECT_EQ(object.at("record"), effect.recordName);
+    ASSERT_EQ(object.at("operands").size(), effect.operands.size());
+    for (std::size_t i = 0; i < effect.operands.size(); ++i) {
+        EXPECT_EQ(object.at("operands")[i].at("name"), effect.operands[i].name);
+        EXPECT_EQ(object.at("operands")[i].at("kind"), catalogue::kindName(effect.operands[i].kind));
+        EXPECT_EQ(object.at("operands")[i].at("result"), effect.operands[i].isResult);
+        EXPECT_EQ(object.at("operands")[i].at("help"), effect.operands[i].help);
+    }
     EXPECT_EQ(object.at("random"), effect.random);
     unsigned depths = 0;
     for (unsigned depth = 1; depth <= catalogue::Depth24; depth *= 2) {
@@ -153,10 +160,26 @@ example
 )");
 }
 
+TEST_F(Info, TellsPicturesBesideTheImage)
+{
+    const std::string text = cli::infoText(invertsItsMask());
+    EXPECT_NE(text.find("\npictures beside the image\n"
+                        "  mask=FILE  what to look at; read: alpha mask\n"
+                        "  made=FILE  the mask's negative; written: alpha mask\n"),
+              std::string::npos)
+        << text;
+    EXPECT_NE(text.find("velmont apply masked mask=mask.png made=made.png photo.png -o result.png\n"),
+              std::string::npos)
+        << text;
+}
+
 TEST_F(Info, ExamplesRunAsTheyAre)
 {
     for (const Effect &effect : catalogue::effects()) {
         save(Kind::Gray, 20, 15, file("photo.png"));
+        for (const catalogue::Operand &operand : effect.operands)
+            if (!operand.isResult)
+                save(Kind::Gray, 20, 15, file(std::string(operand.name) + ".png"));
         const std::string text = run({"info", std::string(effect.name)}).out;
         const std::size_t start = text.rfind("velmont apply ") + 8;
         const std::string example = text.substr(start, text.size() - start - 1) + " --convert --force";

@@ -40,6 +40,31 @@ TEST_F(Output, ADeadLinkIsAFileToo)
                   "out.png: exists already; pass --force to replace it");
 }
 
+TEST_F(Output, PicturesBesideTheResultAreWrittenToo)
+{
+    save(Kind::Gray, 13, 7, file("alpha.png"));
+    expectSilence(
+        {"apply", "splash-cut-out", "alpha=alpha.png", "newAlpha=moved.png", "in.png", "-o", "out.png"});
+    EXPECT_EQ(coloursOf(file("moved.png")).size(), 13u * 7u);
+    EXPECT_EQ(files(), (Names{"alpha.png", "in.png", "moved.png", "out.png"}));
+}
+
+TEST_F(Output, PicturesBesideTheResultAreLookedAtBeforeTheInput)
+{
+    writeText("moved.png", "precious");
+    const auto refused = [&](const std::string &made, int code, const std::string &line) {
+        expectRefusal(
+            {"apply", "splash-cut-out", "alpha=no.png", "newAlpha=" + made, "no.png", "-o", "out.png"}, code,
+            line);
+    };
+    refused("moved.png", 2, "moved.png: exists already; pass --force to replace it");
+    refused("out.png", 2, "out.png: is to be written twice");
+    refused("moved.xyz", 2,
+            "moved.xyz: the ending names no format: use .png, .jpg, .jpeg, .jpe, .bmp or .dib");
+    EXPECT_EQ(textOf("moved.png"), "precious");
+    EXPECT_EQ(files(), (Names{"in.png", "moved.png"}));
+}
+
 TEST_F(Output, ForceReplaces)
 {
     writeText("out.png", "worthless");

@@ -48,10 +48,10 @@ io::Picture readInput(const fs::path &input)
 }
 
 /// Every file that the chain writes, its result first.
-std::vector<fs::path> outputsOf(const Chain &chain, const ApplyOptions &options)
+std::vector<fs::path> outputsOf(const std::vector<Step> &steps, const ApplyOptions &options)
 {
     std::vector<fs::path> outputs{options.output};
-    for (const Step &step : chain.steps)
+    for (const Step &step : steps)
         for (const OperandFile &given : step.operands)
             if (given.operand->isResult)
                 outputs.push_back(given.file);
@@ -94,22 +94,43 @@ void writeOutput(const io::Picture &picture, const fs::path &output, const Apply
     }
 }
 
+/// Runs steps on a picture that was read, and writes.
+void runAndWrite(io::Picture &picture, const fs::path &input, const std::vector<Step> &steps,
+                 const ApplyOptions &options)
+{
+    Runner runner(picture, input.string(), options.run);
+    runner.run(steps);
+    fitToFormat(picture, options.output, options);
+    writeOutput(picture, options.output, options);
+    for (const NamedPicture &made : runner.made())
+        writeOutput(made.picture, made.file, options);
+}
+
+void requireOutput(const ApplyOptions &options)
+{
+    if (options.output.empty())
+        throw Failure(ExitCode::Usage, "no output is given: -o FILE");
+}
+
 } // namespace
 
 void runApply(std::span<const std::string> words, const ApplyOptions &options)
 {
     const Chain chain = parseChain(words, catalogue::effects());
-    if (options.output.empty())
-        throw Failure(ExitCode::Usage, "no output is given: -o FILE");
-    checkOutputs(outputsOf(chain, options), options.force);
+    requireOutput(options);
+    checkOutputs(outputsOf(chain.steps, options), options.force);
     watchInterrupts();
     io::Picture picture = readInput(chain.input);
-    Runner runner(picture, chain.input.string(), options.run);
-    runner.run(chain.steps);
-    fitToFormat(picture, options.output, options);
-    writeOutput(picture, options.output, options);
-    for (const NamedPicture &made : runner.made())
-        writeOutput(made.picture, made.file, options);
+    runAndWrite(picture, chain.input, chain.steps, options);
+}
+
+void runSteps(const fs::path &input, const StepsFor &stepsFor, const ApplyOptions &options)
+{
+    requireOutput(options);
+    checkOutputs({options.output}, options.force);
+    watchInterrupts();
+    io::Picture picture = readInput(input);
+    runAndWrite(picture, input, stepsFor(picture.dib.get()), options);
 }
 
 } // namespace velmont::cli

@@ -2,6 +2,7 @@
 #include "apply.h"
 #include "exit_codes.h"
 #include "field_value.h"
+#include "geometry_steps.h"
 #include "histogram.h"
 #include "info.h"
 #include "list.h"
@@ -45,6 +46,9 @@ struct Request {
     std::optional<std::string> quality;
     ApplyOptions apply;
     HistogramOptions histogram;
+    ResizeRequest resize;
+    CropRequest crop;
+    RotateRequest rotate;
 };
 
 /// Help with a usage line of its own.
@@ -68,6 +72,56 @@ CLI::App *addCommand(CLI::App &app, const std::string &name, const std::string &
     CLI::App *const command = app.add_subcommand(name, help);
     command->formatter(std::make_shared<Help>(concat("velmont ", name, " ", words)));
     return command;
+}
+
+/// What all commands that write a picture take.
+void addOutputOptions(CLI::App &command, Request &request)
+{
+    command.add_option("-o,--output", request.output, "The file to write")->type_name("FILE");
+    command.add_flag("--force", request.apply.force, "Replace the output if it exists");
+    command.add_flag("--convert", request.apply.run.convert,
+                     "Convert the image where an effect refuses its depth");
+    command.add_option("--quality", request.quality, "Of a JPEG, 1 to 100")->type_name("N");
+    command.add_flag("-q,--quiet", request.apply.run.quiet, "No notes and no progress");
+}
+
+/// A command that makes one picture out of another.
+CLI::App *addPictureCommand(CLI::App &app, Request &request, const std::string &name,
+                            const std::string &options, const std::string &help)
+{
+    CLI::App *const command = addCommand(app, name, concat("INPUT ", options, " -o OUTPUT"), help);
+    command->footer(kFooter);
+    command->add_option("INPUT", request.words, "The image");
+    addOutputOptions(*command, request);
+    return command;
+}
+
+void defineGeometryCommands(CLI::App &app, Request &request)
+{
+    CLI::App *const resize =
+        addPictureCommand(app, request, "resize", "--size 800x600 | 800x | x600 | --percent P",
+                          "Make an image larger or smaller");
+    resize->add_option("--size", request.resize.size, "In pixels; a side left out keeps the proportions")
+        ->type_name("WxH");
+    resize->add_option("--percent", request.resize.percent, "Of both sides")->type_name("P");
+    resize->add_option("--method", request.resize.method, "smooth, or fast and rougher")->type_name("M");
+
+    CLI::App *const crop =
+        addPictureCommand(app, request, "crop", "[--at X,Y] [--size WxH]", "Cut a rectangle out of an image");
+    crop->add_option("--at", request.crop.at, "Its corner, from the left and the top; may lie outside")
+        ->type_name("X,Y");
+    crop->add_option("--size", request.crop.size, "In pixels; a side left out reaches to the edge")
+        ->type_name("WxH");
+    crop->add_option("--background", request.crop.background, "Of what lies outside the image, as #rrggbb")
+        ->type_name("COLOUR");
+    crop->add_flag("--wrap", request.crop.wrap, "Repeat the image outside of itself");
+
+    CLI::App *const rotate =
+        addPictureCommand(app, request, "rotate", "--by left | right | half | DEGREES", "Turn an image");
+    rotate->add_option("--by", request.rotate.by, "Degrees count clockwise; quarters lose nothing")
+        ->type_name("TURN");
+    rotate->add_option("--background", request.rotate.background, "Of the corners, as #rrggbb")
+        ->type_name("COLOUR");
 }
 
 void defineCommands(CLI::App &app, Request &request)
@@ -95,12 +149,8 @@ void defineCommands(CLI::App &app, Request &request)
         "Run effects on an image");
     apply->footer(concat(kApplyFooter, kFooter));
     apply->add_option("words", request.words, "Effects with their fields, and the image");
-    apply->add_option("-o,--output", request.output, "The file to write")->type_name("FILE");
-    apply->add_flag("--force", request.apply.force, "Replace the output if it exists");
-    apply->add_flag("--convert", request.apply.run.convert,
-                    "Convert the image where an effect refuses its depth");
-    apply->add_option("--quality", request.quality, "Of a JPEG, 1 to 100")->type_name("N");
-    apply->add_flag("-q,--quiet", request.apply.run.quiet, "No notes and no progress");
+    addOutputOptions(*apply, request);
+    defineGeometryCommands(app, request);
 }
 
 template <typename... Pieces>
@@ -224,12 +274,25 @@ void runHistogram(const Request &request)
     print(histogramText(request.words.front(), request.histogram));
 }
 
-void runApply(Request &request)
+const ApplyOptions &outputOptions(Request &request)
 {
     request.apply.output = request.output;
     if (request.quality)
         request.apply.jpegQuality = jpegQuality(*request.quality);
-    runApply(request.words, request.apply);
+    return request.apply;
+}
+
+void runApply(Request &request)
+{
+    runApply(request.words, outputOptions(request));
+}
+
+/// Runs a command that makes one picture out of another.
+void runOnPicture(Request &request, std::string_view name, const StepsFor &stepsFor)
+{
+    if (request.words.size() != 1)
+        refuse(name, " needs one image");
+    runSteps(request.words.front(), stepsFor, outputOptions(request));
 }
 
 } // namespace
@@ -242,8 +305,8 @@ void runCommandLine(std::span<char *const> arguments)
     const Arguments split = splitArguments(arguments);
     if (!parse(app, split.free))
         return;
-    const bool takesFiles = app.got_subcommand("apply") || app.got_subcommand("histogram");
-    if (!takesFiles && !split.literal.empty())
+    const bool takesNoFile = app.got_subcommand("info") || app.got_subcommand("list");
+    if ((takesNoFile || app.get_subcommands().empty()) && !split.literal.empty())
         refuse("unexpected word ", inQuotes(split.literal.front()));
     request.words.insert(request.words.end(), split.literal.begin(), split.literal.end());
     if (app.got_subcommand("apply"))
@@ -254,9 +317,15 @@ void runCommandLine(std::span<char *const> arguments)
         runList(request);
     else if (app.got_subcommand("histogram"))
         runHistogram(request);
+    else if (app.got_subcommand("resize"))
+        runOnPicture(request, "resize", [&](void *dib) { return resizeSteps(request.resize, dib); });
+    else if (app.got_subcommand("crop"))
+        runOnPicture(request, "crop", [&](void *dib) { return cropSteps(request.crop, dib); });
+    else if (app.got_subcommand("rotate"))
+        runOnPicture(request, "rotate", [&](void *dib) { return rotateSteps(request.rotate, dib); });
     else
-        refuse("usage: velmont list | info EFFECT | apply EFFECT ... INPUT -o OUTPUT | histogram INPUT; "
-               "\"velmont --help\" says more");
+        refuse("usage: velmont list | info EFFECT | apply EFFECT ... INPUT -o OUTPUT | histogram INPUT | "
+               "resize | crop | rotate INPUT ... -o OUTPUT; \"velmont --help\" says more");
 }
 
 } // namespace velmont::cli

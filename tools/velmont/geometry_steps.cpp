@@ -1,0 +1,158 @@
+#include "geometry_steps.h"
+#include "exit_codes.h"
+#include "field_value.h"
+#include "measures.h"
+#include "text.h"
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <velmont/dib.h>
+#include <velmont/memory.h>
+
+namespace velmont::cli {
+
+namespace {
+
+using catalogue::Effect;
+
+Step stepOf(std::string_view effectName)
+{
+    const Effect &effect = requireEffect(catalogue::effects(), effectName);
+    return {&effect, catalogue::defaultRecord(effect)};
+}
+
+void set(Step &step, std::string_view field, double value)
+{
+    catalogue::findField(*step.effect, field)->store(step.record.bytes.data(), value);
+}
+
+void setText(Step &step, std::string_view field, const std::optional<std::string> &text)
+{
+    if (text)
+        storeValue(step.record.bytes.data(), *step.effect, *catalogue::findField(*step.effect, field), *text);
+}
+
+template <typename... Pieces>
+[[noreturn]] void refuse(const Pieces &...pieces)
+{
+    throw Failure(ExitCode::Usage, concat(pieces...));
+}
+
+TypedSize sizeOf(void *dib)
+{
+    TypedSize size;
+    GetDibSize(dib, &size.width, &size.height);
+    return size;
+}
+
+/// A side at a percentage, a pixel at least.
+int scaled(int side, double percent)
+{
+    return static_cast<int>(std::clamp(std::floor(side * percent / 100 + 0.5), 1.0, double{kLargestSide}));
+}
+
+double parsePercent(const std::string &text)
+{
+    std::size_t used = 0;
+    double percent = 0;
+    try {
+        percent = std::stod(text, &used);
+    } catch (const std::exception &) {
+        used = 0;
+    }
+    if (used == 0 || used != text.size() || !(percent > 0 && percent <= 10000))
+        refuse("--percent=", text, " is not understood: a number above 0, up to 10000");
+    return percent;
+}
+
+TypedSize wantedSize(const ResizeRequest &request, void *dib)
+{
+    if (request.size.has_value() == request.percent.has_value())
+        refuse("resize needs either --size or --percent");
+    if (request.size)
+        return parseSize("--size", *request.size);
+    const double percent = parsePercent(*request.percent);
+    const TypedSize size = sizeOf(dib);
+    return {scaled(size.width, percent), scaled(size.height, percent)};
+}
+
+/// Indices of colours cannot be mixed: such pictures take the nearest pixel.
+bool canBeSmooth(void *dib)
+{
+    return (catalogue::depthOf(dib) & (catalogue::Depth8Gray | catalogue::Depth24)) != 0;
+}
+
+/// In pixels per metre.
+int32_t resolutionOf(void *dib)
+{
+    DibHeader header{};
+    if (const void *const block = KelMemLock(dib)) {
+        std::memcpy(&header, block, sizeof header);
+        KelMemUnlock(dib);
+    }
+    return header.biXPelsPerMeter;
+}
+
+/// Degrees clockwise, 0 to 359.
+int degreesOf(const std::string &by)
+{
+    if (by == "right")
+        return 90;
+    if (by == "half")
+        return 180;
+    if (by == "left")
+        return 270;
+    bool outOfRange = false;
+    const auto degrees = parseWhole(by, outOfRange);
+    if (!degrees)
+        refuse("--by=", by, " is not understood: left, right, half, or whole degrees clockwise");
+    return static_cast<int>((*degrees % 360 + 360) % 360);
+}
+
+} // namespace
+
+std::vector<Step> resizeSteps(const ResizeRequest &request, void *dib)
+{
+    const TypedSize wanted = wantedSize(request, dib);
+    if (request.method != "smooth" && request.method != "fast")
+        refuse("--method=", request.method, " is not understood: smooth or fast");
+    Step step = stepOf(request.method == "smooth" && canBeSmooth(dib) ? "resample-high-quality" : "resample");
+    set(step, "newWidth", wanted.width);
+    set(step, "newHeight", wanted.height);
+    if (catalogue::findField(*step.effect, "resolution"))
+        set(step, "resolution", resolutionOf(dib));
+    return {step};
+}
+
+std::vector<Step> cropSteps(const CropRequest &request, void *)
+{
+    if (!request.at && !request.size)
+        refuse("crop needs --at, --size or both");
+    Step step = stepOf("crop");
+    const TypedPoint at = request.at ? parsePoint("--at", *request.at) : TypedPoint{};
+    const TypedSize size = request.size ? parseSize("--size", *request.size) : TypedSize{};
+    set(step, "left", at.x);
+    set(step, "top", at.y);
+    set(step, "width", size.width);
+    set(step, "height", size.height);
+    set(step, "wrap", request.wrap ? 1 : 0);
+    setText(step, "background", request.background);
+    return {step};
+}
+
+std::vector<Step> rotateSteps(const RotateRequest &request, void *)
+{
+    if (request.by.empty())
+        refuse("rotate needs --by: left, right, half, or whole degrees clockwise");
+    const int degrees = degreesOf(request.by);
+    if (degrees == 0)
+        return {};
+    // Whole quarters lose nothing.
+    Step step = stepOf(degrees % 90 == 0 ? "exact-rotate" : "rotate");
+    set(step, "angle", degrees);
+    if (degrees % 90 != 0)
+        setText(step, "background", request.background);
+    return {step};
+}
+
+} // namespace velmont::cli
