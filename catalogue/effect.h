@@ -92,16 +92,16 @@ struct alignas(std::max_align_t) Record {
 
 /// One effect.
 struct Effect {
-    std::string_view name;        ///< kebab-case, for the shell
-    std::string_view exportName;  ///< as in the headers
-    std::optional<unsigned> code; ///< of the dispatcher
+    std::string_view name;             ///< kebab-case, for the shell
+    std::string_view exportName;       ///< as in the headers
+    std::optional<unsigned> code = {}; ///< of the dispatcher
     Family family;
-    std::string_view help;       ///< one line
-    std::string_view recordName; ///< "tag...", "int" or, for several of them, "arguments"; empty without
-    std::size_t recordBytes;     ///< 0 without parameters
-    std::span<const Field> fields;
-    unsigned depths; ///< Depth values, or'ed: those that give a useful picture
-    bool random;     ///< draws random numbers
+    std::string_view help;            ///< one line
+    std::string_view recordName = {}; ///< "tag...", "int" or, for several of them, "arguments"; empty without
+    std::size_t recordBytes = 0;      ///< 0 without parameters
+    std::span<const Field> fields = {};
+    unsigned depths;     ///< Depth values, or'ed: those that give a useful picture
+    bool random = false; ///< draws random numbers
     /// Calls the export by name.
     void *(*call)(void *dib, void *record);
     /// Depths beyond those that are answered with a zero-filled block, which is no image.

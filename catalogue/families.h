@@ -1,7 +1,7 @@
 #pragma once
 
 /// \file
-/// The families' entries, each in the source of its name, and the functions that write an entry.
+/// The families' entries, those of the filters by kind, and what entries are written with.
 
 #include "catalogue/effect.h"
 #include <algorithm>
@@ -12,9 +12,21 @@
 namespace velmont::catalogue {
 
 std::span<const Effect> toneEffects();
-std::span<const Effect> filterEffects();
+std::span<const Effect> blurEffects();
+std::span<const Effect> sharpenEffects();
+std::span<const Effect> bevelEffects();
 std::span<const Effect> geometryEffects();
 std::span<const Effect> cutOutEffects();
+
+/// The depths whose pixels are samples.
+inline constexpr unsigned kSampleDepths = Depth8Gray | Depth24;
+/// All channels or one.
+inline constexpr std::array kChannels{Choice{"all", 0}, Choice{"red", 1}, Choice{"green", 2},
+                                      Choice{"blue", 3}};
+/// The directions of trails and relief.
+inline constexpr std::array kDirections{
+    Choice{"lower-right", 1}, Choice{"down", 2},        Choice{"lower-left", 3}, Choice{"right", 4},
+    Choice{"left", 5},        Choice{"upper-right", 6}, Choice{"up", 7},         Choice{"upper-left", 8}};
 
 /// The record of an effect that takes one int instead of a record.
 struct IntParameter {
@@ -108,7 +120,7 @@ constexpr auto tableOf() -> uint8_t *(*)(void *)
 /// What a field means, as its entry says it.
 struct FieldText {
     std::string_view name;
-    std::string_view unit;
+    std::string_view unit = {}; ///< none for a plain number
     double minimum, maximum, defaultValue;
     std::string_view help;
     std::span<const Choice> choices = {};

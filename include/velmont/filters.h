@@ -209,9 +209,10 @@ struct tagParamUserFilter {
 
 /// A kernel of the caller's: the sum of 5 x 5 samples times their coefficients, divided, rounded with halves away
 /// from zero, and the bias. On a picture stored from the bottom up the kernel reads as the picture looks: its first
-/// row lies above the pixel. Each product is divided and rounded up from a half by itself, a negative one toward
-/// zero, in steps of 2^-18 level; hosts rely on the sums of these. Coefficients that come to about 32 times the
-/// divisor and more exceed 32 bits, and such samples may take any value. Depths: 24 bits and 8 bits gray.
+/// row lies above the pixel. Each product is divided by itself, in steps of 2^-18 level: half a step is added and
+/// then the fraction cut off toward zero, for negative products too, which so come out a step nearer to zero than
+/// rounded ones. Hosts rely on the sums of these. Coefficients that come to about 32 times the divisor and more
+/// exceed 32 bits, and such samples may take any value. Depths: 24 bits and 8 bits gray.
 VELMONT_API void *ProcessUserFilter(void *dib, tagParamUserFilter *param);
 
 /// The record of ProcessUnsharpMask.

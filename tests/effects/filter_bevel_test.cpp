@@ -43,14 +43,6 @@ Pieces flat(Pieces image, uint8_t level)
     return image;
 }
 
-/// A picture of 24 bits whose header names colours: they are copied over its first rows, whose pixels are written
-/// afterwards and whose padding stays as copied.
-Pieces withColorCount(Pieces image, uint32_t colors)
-{
-    image.header.biClrUsed = colors;
-    return image;
-}
-
 int levelAt(const Bytes &result, int width, int x, int y)
 {
     return result[1064 + static_cast<std::size_t>(y) * strideFor(width, 8) + static_cast<std::size_t>(x)];
@@ -245,19 +237,6 @@ TEST_F(Grid, Events)
     memory_hooks::failAllocation(0);
 }
 
-TEST_F(Grid, ColorsNamedAt24BitsAreCopied)
-{
-    const Pieces image = withColorCount(trueColor(3, 3), 2);
-    Bytes expected = tiled(image, 1, 0, 0);
-    // Eight bytes more than the header lie in the first row and end before its padding.
-    EXPECT_EQ(resultOf(image, grid(1, 0, 0)), expected);
-    const Pieces longer = withColorCount(trueColor(3, 3), 3);
-    expected = tiled(longer, 1, 0, 0);
-    std::copy_n(longer.rows.begin() + 9, 3, expected.begin() + 40 + 9);
-    EXPECT_EQ(resultOf(longer, grid(1, 0, 0)), expected);
-    EXPECT_FALSE(resultOf(withColorCount(trueColor(3, 3), 0xFFFFFFFF), grid(1, 0, 0)).empty());
-}
-
 TEST_F(Grid, ByCode)
 {
     const Pieces image = trueColor(37, 35);
@@ -372,13 +351,30 @@ TEST_F(InnerLevel, OtherDepthsGiveTheirBitCount)
 
 TEST_F(InnerLevel, MarginOfOneIsTheBlurAlone)
 {
-    // Margin 10 of 20 leaves the lines x = 10 and y = 10 alone of a 20 by 20 picture: nothing of a bevel but those.
-    for (const Pieces &image : {gray(20, 20), trueColor(20, 20)})
-        EXPECT_EQ(resultOf(image, innerLevel(0, 3)), bevelled(image, 1, 3));
-    // The margin of a larger divisor than width + height is 0, and so is the bevel.
+    // A margin of half the picture leaves one pixel to the bevel, the white one of its mitre, which the blur spreads by
+    // 3 pixels. All else is the blurred picture.
+    for (const Pieces &image : {gray(20, 20), trueColor(20, 20)}) {
+        const Pieces spotted = mapped(image, [](uint8_t level, int x, int y, int) {
+            return x == 10 && y == 10 ? uint8_t{255} : level;
+        });
+        for (const int marginDivisor : {0, 1})
+            EXPECT_EQ(resultOf(image, innerLevel(marginDivisor, 3)),
+                      boxed(boxed(spotted, 1, 0), 0, 1).bytes());
+    }
+}
+
+TEST_F(InnerLevel, BevelWithoutMargin)
+{
+    // Divisors larger than width + height: the bevel is the first row and the first column alone.
     const Bytes result = resultOf(flat(gray(31, 31), 128), innerLevel(100, 100));
     EXPECT_EQ(result, bevelled(flat(gray(31, 31), 128), 100, 100));
     EXPECT_EQ(levelAt(result, 31, 15, 15), 128);
+    EXPECT_EQ(levelAt(result, 31, 15, 0), 55);  // four of 0, as the row repeats, and three of 128
+    EXPECT_EQ(levelAt(result, 31, 15, 3), 110); // one of 0
+    EXPECT_EQ(levelAt(result, 31, 15, 4), 128);
+    EXPECT_EQ(levelAt(result, 31, 0, 15), 165); // four of 192
+    EXPECT_EQ(levelAt(result, 31, 3, 15), 137); // one of them
+    EXPECT_EQ(levelAt(result, 31, 4, 15), 128);
 }
 
 TEST_F(InnerLevel, SidesByHand)

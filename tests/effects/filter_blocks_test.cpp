@@ -131,6 +131,13 @@ TEST_F(Mosaic, ByHand)
               pixelRow({2, 15, 177, 2, 15, 177, 7, 8, 9}).bytes());
 }
 
+TEST_F(Mosaic, TheLastTileOfARowIsSmaller)
+{
+    // 11 / 4, 101 / 4 and 15 / 2, rounded down.
+    EXPECT_EQ(resultOf(levels({{1, 2, 3, 5, 10, 20, 30, 41, 7, 8}}), mosaic(4, 1)),
+              levels({{2, 2, 2, 2, 25, 25, 25, 25, 7, 7}}).bytes());
+}
+
 TEST_F(Mosaic, TilesOfOnePixelAreTheImage)
 {
     for (const Pieces &image : {gray(37, 19), trueColor(37, 19)})
@@ -301,6 +308,31 @@ TEST_F(OilPaint, OfEqualBinsTheDarker)
                     EXPECT_EQ(resultOf(image, oilPaint(radius))[1064 + side], low / 8 * 8)
                         << dark << ", " << light << ", " << radius;
                 }
+            }
+        }
+}
+
+TEST_F(OilPaint, FullBinsBesideBrighterOnes)
+{
+    // Of the 289 samples around the middle 256 and more lie in one bin: more than a byte counts.
+    for (const int bright : {17, 25, 33})
+        for (const int channels : {1, 3}) {
+            Pieces image = channels == 1 ? gray(17, 17) : trueColor(17, 17);
+            std::fill(image.rows.begin(), image.rows.end(), uint8_t{10});
+            const std::size_t stride = strideFor(17, 8 * channels);
+            for (int i = 0; i < bright; ++i)
+                for (int channel = 0; channel < channels; ++channel)
+                    image.rows[static_cast<std::size_t>(i / 17) * stride +
+                               static_cast<std::size_t>(i % 17 * channels + channel)] = 200;
+            const Bytes expected = brushed(image, 8);
+            for (const CpuLevel cpu : cpuLevels()) {
+                limitCpuLevel(cpu);
+                const Bytes result = resultOf(image, oilPaint(8));
+                EXPECT_EQ(result, expected) << bright;
+                EXPECT_EQ(result[image.bytes().size() - image.rows.size() + 8 * stride +
+                                 static_cast<std::size_t>(8 * channels)],
+                          8)
+                    << bright;
             }
         }
 }

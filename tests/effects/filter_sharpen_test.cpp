@@ -193,6 +193,25 @@ TEST(UserFilterTest, NegativeHalvesLoseAStep)
     EXPECT_EQ(levelsOf(levelRow({0, 1, 2, 3}), user(spike(2, 2, 1), 2, 100)), (Bytes{100, 101, 101, 102}));
 }
 
+TEST(UserFilterTest, StepsOfManyTapsAddUp)
+{
+    const Restore restore;
+    Kernel kernel;
+    kernel.fill(-1);
+    // 24 samples of 200 and one of 201 in each window, whose edges are repeated: 5001 / 10001 is more than a half. But
+    // 200 * 2^18 / 10001 is 5242.36 and 201 * 2^18 / 10001 is 5268.57, which count as 5241 and 5268 below 0: the
+    // sum of 131052 steps is less than the half of 2^18 that would round away from 0.
+    Pieces image = flat(gray(64, 5), 200);
+    for (std::size_t x = 2; x < 64; x += 5)
+        image.rows[64 * 2 + x] = 201;
+    for (const CpuLevel level : cpuLevels()) {
+        limitCpuLevel(level);
+        EXPECT_EQ(levelsOf(image, user(kernel, 10001, 100)), Bytes(image.rows.size(), 100));
+        // A divisor of 10000 makes them 5242 and 5268, and the sum 131076, which is more than that half.
+        EXPECT_EQ(levelsOf(image, user(kernel, 10000, 100)), Bytes(image.rows.size(), 99));
+    }
+}
+
 TEST(UserFilterTest, BiasFarOut)
 {
     const Pieces image = levelRow({0, 1, 254, 255});
@@ -376,6 +395,37 @@ TEST(UnsharpMaskTest, ThresholdOf255)
     for (int d = -256; d < 255; ++d)
         EXPECT_EQ(boost[d], d == -256 ? -255 : 0) << d;
     EXPECT_EQ(boost[255], 255);
+}
+
+TEST(UnsharpMaskTest, ThresholdOf255LeavesEveryPicture)
+{
+    const Restore restore;
+    // The mean of 32 by 32 pixels with one spot is the ground, so that the difference is all that is between them. A
+    // threshold of 255 leaves the white spot on black alone, which has no higher level to go to: every picture stays.
+    struct Spot {
+        uint8_t ground, level;
+        int threshold, expected;
+    };
+    for (const CpuLevel cpu : cpuLevels()) {
+        limitCpuLevel(cpu);
+        for (const Pieces &image : {trueColor(41, 40), gray(40, 41)}) {
+            Samples same = samplesOf(image);
+            EXPECT_EQ(resultOf(image, unsharp(32, 500, 255)), withSamples(image, same));
+        }
+        for (const auto &[ground, level, threshold, expected] : {Spot{0, 255, 255, 255},
+                                                                 {0, 254, 255, 254},
+                                                                 {0, 254, 254, 255},
+                                                                 {255, 0, 255, 0},
+                                                                 {255, 1, 255, 1},
+                                                                 {255, 1, 254, 1},
+                                                                 {255, 1, 253, 0}}) {
+            Pieces image = flat(gray(40, 40), ground), result = image;
+            image.rows[40 * 20 + 20] = level;
+            result.rows[40 * 20 + 20] = static_cast<uint8_t>(expected);
+            EXPECT_EQ(resultOf(image, unsharp(32, 100, threshold)), result.bytes())
+                << int{level} << " on " << int{ground} << ", " << threshold;
+        }
+    }
 }
 
 TEST(UnsharpMaskTest, Refusals)

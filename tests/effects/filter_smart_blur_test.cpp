@@ -264,7 +264,9 @@ TEST_F(SmartBlur, ResultsBlockComesAsItIs)
 // Without the check that nothing is lost.
 TEST(SmartBlurOfSmallImages, LosesAResult)
 {
-    // 1000 reaches 12.5 pixels and asks for 15; 100 reaches 7.12 and asks for 9; 0 asks for 2.
+    // 1000 reaches 12.5 pixels and asks for 15; 100 reaches 7.12 and asks for 9; 0 asks for 2. The odd radii reach just
+    // less than 12.5 and 2.5: the one with the float nearest to a tenth, which is more than that, and the other one
+    // before it is rounded to a float, which is 2.5.
     struct Case {
         float radius;
         int width, height;
@@ -274,6 +276,10 @@ TEST(SmartBlurOfSmallImages, LosesAResult)
                                                           {1000, 14, 40, false},
                                                           {1000, 40, 14, false},
                                                           {1000, 15, 15, true},
+                                                          {989.029724f, 13, 14, false},
+                                                          {989.029724f, 14, 14, true},
+                                                          {27.5075264f, 3, 4, false},
+                                                          {27.5075264f, 4, 4, true},
                                                           {100, 8, 9, false},
                                                           {100, 9, 8, false},
                                                           {100, 9, 9, true},
@@ -362,6 +368,28 @@ TEST_F(SmartBlur, ByHandEdges)
     // Half of the level and 0.005 of a tenth of the threshold: from 1000 on nothing is above the level itself.
     EXPECT_EQ(smartResult(image, {999, 0, 2, 1}), filled(expected));
     EXPECT_EQ(smartResult(image, {1000, 0, 2, 1}), filled(flat(8, 5, {0, 0, 0})));
+}
+
+TEST_F(SmartBlur, TheTenthOfTheThresholdIsThatOfAFloat)
+{
+    // Bars of gray 125, 67 and 68 on black: edges of 500, 268 and 272. A tenth of 72, as floats have it, is a little
+    // more than 7.2, and 0.536 of 500 a little more than 268: the bar of 67 is not shown.
+    constexpr std::array<std::array<uint8_t, 3>, 3> kBars{{{50, 150, 100}, {70, 100, 0}, {80, 100, 0}}};
+    Pieces image = flat(28, 5, {0, 0, 0}), expected = image;
+    const auto set = [](Pieces &to, std::size_t x, const std::array<uint8_t, 3> &color) {
+        for (std::size_t y = 0; y < 5; ++y)
+            std::copy_n(color.begin(), 3, to.rows.begin() + static_cast<std::ptrdiff_t>(84 * y + 3 * x));
+    };
+    for (std::size_t bar = 0; bar < 3; ++bar)
+        for (std::size_t x = 8 * bar + 4; x < 8 * bar + 8; ++x)
+            set(image, x, kBars[bar]);
+    for (const std::size_t x : {3u, 4u, 7u, 8u, 19u, 20u, 23u, 24u})
+        set(expected, x, {255, 255, 255});
+    EXPECT_EQ(smartResult(image, {72, 0, 2, 1}), filled(expected));
+    // At 71 it is less than 0.536, and the bar of 67 is shown too.
+    for (const std::size_t x : {11u, 12u, 15u, 16u})
+        set(expected, x, {255, 255, 255});
+    EXPECT_EQ(smartResult(image, {71, 0, 2, 1}), filled(expected));
 }
 
 TEST_F(SmartBlur, WeakEdgesAreNotAmongTheStrongest)
