@@ -8,8 +8,6 @@ namespace velmont::catalogue {
 
 namespace {
 
-constexpr unsigned kSampleDepths = Depth8Gray | Depth24;
-
 struct MaskCropArguments {
     void *mask;
     int32_t left, top;
@@ -151,7 +149,7 @@ constexpr std::array kEffects{
            .recordName = "arguments",
            .recordBytes = sizeof(CutOutArguments),
            .fields = kMeltingFields,
-           .depths = kSampleDepths,
+           .depths = DepthSamples,
            .random = true,
            .call = callCutOut<static_cast<CutOutForm>(&ProcessMelting)>,
            .operands = kCutOutOperands<CutOutArguments>},
@@ -162,7 +160,7 @@ constexpr std::array kEffects{
            .recordName = "arguments",
            .recordBytes = sizeof(CutOutArguments),
            .fields = kSplashFields,
-           .depths = kSampleDepths,
+           .depths = DepthSamples,
            .random = true,
            .call = callCutOut<static_cast<CutOutForm>(&ProcessSplash)>,
            .operands = kCutOutOperands<CutOutArguments>},
@@ -173,7 +171,7 @@ constexpr std::array kEffects{
            .recordName = "arguments",
            .recordBytes = sizeof(WrinkleCutOutArguments),
            .fields = kWrinkleFields,
-           .depths = kSampleDepths,
+           .depths = DepthSamples,
            .random = true,
            .call = callWrinkleCutOut,
            .operands = kCutOutOperands<WrinkleCutOutArguments>},

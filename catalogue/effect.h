@@ -73,6 +73,7 @@ enum Depth : unsigned {
     Depth8Paletted = 8,
     Depth24 = 16,
     Depth8 = Depth8Gray | Depth8Paletted,
+    DepthSamples = Depth8Gray | Depth24, ///< pixels that are levels and no indices
     DepthAll = Depth1 | Depth4 | Depth8 | Depth24,
 };
 

@@ -18,8 +18,6 @@ std::span<const Effect> bevelEffects();
 std::span<const Effect> geometryEffects();
 std::span<const Effect> cutOutEffects();
 
-/// The depths whose pixels are samples.
-inline constexpr unsigned kSampleDepths = Depth8Gray | Depth24;
 /// All channels or one.
 inline constexpr std::array kChannels{Choice{"all", 0}, Choice{"red", 1}, Choice{"green", 2},
                                       Choice{"blue", 3}};
