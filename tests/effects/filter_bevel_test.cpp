@@ -638,7 +638,11 @@ Effect outerLevel(int rimWidth, int grooveWidth, int strength)
 double frameShade(int64_t x, int64_t y, int64_t w, int64_t h, int64_t b, int64_t F, int64_t I, bool isGray)
 {
     const double pi = 3.141592653589793;
-    const auto q = [=](int64_t cx, int64_t cy) { return (x - cx) * (x - cx) + (y - cy) * (y - cy); };
+    // A groove of a very negative width has its corners where no pixel is, and their distances do not matter.
+    const auto q = [=](int64_t cx, int64_t cy) {
+        const auto dx = static_cast<uint64_t>(x - cx), dy = static_cast<uint64_t>(y - cy);
+        return static_cast<int64_t>(dx * dx + dy * dy);
+    };
     const int64_t TL = q(F, h - F), BL = q(F, F), BR = q(w - F, F), TR = q(w - F, h - F);
     const auto s = [=](int64_t squared) { return double(F) - std::sqrt(double(squared)); };
     const auto ring = [=](double A, int64_t squared) {
