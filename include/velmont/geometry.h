@@ -34,8 +34,8 @@ VELMONT_API void *ProcessCrop(void *dib, tagRECT rect, unsigned long backgroundC
 
 /// Cuts along a bit mask: the result has the mask's size, and the pixels under its set bits. Depths: 1, 4, 8 and 24
 /// bits. Neither cursor nor progress nor abort is touched.
-/// \param mask 1 bit, its rows at byte 48 of the block whatever its biClrUsed; remains the caller's. Another depth, or
-/// a block that is too small, is refused
+/// \param mask 1 bit, its rows at byte 48 of the block whatever its biClrUsed; remains the caller's. Another depth, a
+/// header that does not fit its block, or a block that is too small is refused
 /// \param x, y where the mask's first pixel lies on the picture, in stored rows; it may hang over
 /// \param backgroundColor 0x00BBGGRR for what is not set or lies outside, at 24 bits; below, it is index 0
 VELMONT_API void *ProcessCrop(void *dib, void *mask, int x, int y, unsigned long backgroundColor);
@@ -213,8 +213,8 @@ VELMONT_API void *ProcessWrinkle(void *dib, tagParamWrinkle *param);
 // Depths: 24 bits and 8 bits gray. The forms with an alpha mask, an 8-bit gray image of the size of `dib`, move each
 // pixel's alpha along with it. They refuse, with 0 and the slots left alone, a null among their pointers, a mask that is
 // not gray or whose block has not as many rows of the image's width as the image; the mask's own width and height are not
-// compared. They return 1 and the results, the caller's, in both slots; after an abort 0, and null in both slots; without
-// memory 0, and the slots left alone. The generator goes on from its state.
+// compared, though its header has to fit its block. They return 1 and the results, the caller's, in both slots; after an
+// abort 0, and null in both slots; without memory 0, and the slots left alone. The generator goes on from its state.
 
 /// Random pixels sink towards stored row 1, past all pixels that are not darker; row 0 stays as it is. The generator goes
 /// on from its state, so that calls differ. Polls at each pixel; progress at some of them. Code 39, `param` points to
@@ -227,7 +227,8 @@ VELMONT_API int ProcessMelting(void *dib, void *alpha, int amount, void **newDib
 
 /// Scatters pixels: each comes from a random place near its own. The generator is seeded with width * height, so that a
 /// picture always splashes alike. Code 35, `param` points to the amount.
-/// \param amount held within 2 to 100: pixels come from up to (amount / 2 + 1) / 2 pixels off either way
+/// \param amount held within 2 to 100. With m = amount / 2 + 1, pixels come from up to m / 2 pixels ahead and
+/// m - 1 - m / 2 behind, in rows and columns
 VELMONT_API void *ProcessSplash(void *dib, int amount);
 /// The same for a cut-out, without the seed.
 VELMONT_API int ProcessSplash(void *dib, void *alpha, int amount, void **newDib, void **newAlpha);

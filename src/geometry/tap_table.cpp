@@ -8,6 +8,7 @@ namespace {
 
 constexpr int32_t kOne = 65536;
 
+/// Products from left to right: hosts rely on the order, which decides where a weight lies halfway.
 double MitchellWeight(double x)
 {
     const double a = std::fabs(x);

@@ -127,7 +127,7 @@ std::array<int, 2> bentColumn(int i, int width)
     if (width > 1)
         p = width * (0.5 + 0.31830989161357204 * std::asin(2.0 * i / width - 1));
     const int column = std::max(0, std::min(width, static_cast<int>(p)));
-    return {column, static_cast<int>((p - column) * 256)};
+    return {column % 65536, static_cast<int>((p - column) * 256)}; // columns are kept in 16 bits
 }
 
 Bytes bent(const Pieces &source)
@@ -463,7 +463,7 @@ TEST_F(PolarWarps, TheCylinderStaysInTheRow)
             const auto [column, fraction] = bentColumn(i, width);
             EXPECT_TRUE(column + 1 < width || (column + 1 == width && fraction == 0)) << i << " of " << width;
         }
-    for (const int width : {300, 1001, 40000, 65535})
+    for (const int width : {300, 1001, 40000, 65535, 65800})
         for (const Pieces &image : {gray(width, 2), trueColor(width, 2)})
             EXPECT_TRUE(resultOf(image, ProcessCylinder) == bent(image)) << width;
 }
