@@ -12,7 +12,8 @@ if(VELMONT_FUZZ)
     target_compile_options(velmont_compile_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 if(VELMONT_SANITIZE)
+    # Instrumented kernels take the optimiser a long time; little of it is enough here.
     target_compile_options(velmont_compile_options INTERFACE
-        -fsanitize=${VELMONT_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+        -fsanitize=${VELMONT_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -O1 -g1)
     target_link_options(velmont_compile_options INTERFACE -fsanitize=${VELMONT_SANITIZE})
 endif()
