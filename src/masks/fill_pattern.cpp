@@ -2,6 +2,7 @@
 #include "core/owned_block.h"
 #include "core/scratch_block.h"
 #include "filters/sample_frame.h"
+#include "masks/pattern_kernels.h"
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -115,7 +116,7 @@ uint8_t heldToByte(int value)
     return static_cast<uint8_t>(std::clamp(value, 0, 255));
 }
 
-/// Adds what the pattern lies below the middle.
+/// Adds what the pattern lies below the middle, for any percentage.
 class Relief {
 public:
     explicit Relief(int percent)
@@ -127,17 +128,16 @@ public:
                 static_cast<int16_t>(std::clamp<int64_t>(height, -255, 255));
         }
     }
-    void row8(uint8_t *to, const uint8_t *from, const uint8_t *tiles, std::size_t pixels) const
+    void row(uint8_t *to, const uint8_t *from, const uint8_t *tiles, std::size_t bytes,
+             std::size_t channels) const
     {
-        for (std::size_t x = 0; x < pixels; ++x)
-            to[x] = heldToByte(from[x] + height_[tiles[x]]);
-    }
-    void row24(uint8_t *to, const uint8_t *from, const uint8_t *tiles, std::size_t pixels) const
-    {
-        for (std::size_t i = 0; i < 3 * pixels; i += 3) {
-            const int height = height_[static_cast<std::size_t>(tiles[i] + tiles[i + 1] + tiles[i + 2]) / 3];
-            for (std::size_t channel = i; channel < i + 3; ++channel)
-                to[channel] = heldToByte(from[channel] + height);
+        for (std::size_t i = 0; i < bytes; i += channels) {
+            std::size_t mean = 0;
+            for (std::size_t channel = i; channel < i + channels; ++channel)
+                mean += tiles[channel];
+            mean /= channels;
+            for (std::size_t channel = i; channel < i + channels; ++channel)
+                to[channel] = heldToByte(from[channel] + height_[mean]);
         }
     }
 
@@ -145,38 +145,17 @@ private:
     std::array<int16_t, 256> height_;
 };
 
-/// Moves bytes towards those of the pattern.
+/// Moves bytes towards those of the pattern, past them or away from them, for any percentage. The bytes are cut and not
+/// held: hosts rely on it.
 class Mix {
 public:
-    explicit Mix(int percent) : percent_(percent)
+    explicit Mix(int percent)
     {
         for (int distance = 0; distance < 256; ++distance)
             step_[static_cast<std::size_t>(distance)] =
                 static_cast<uint8_t>((int64_t{distance} * percent + 50) / 100);
     }
     void row(uint8_t *to, const uint8_t *from, const uint8_t *tiles, std::size_t bytes) const
-    {
-        if (percent_ >= 0 && percent_ <= 100)
-            between(to, from, tiles, bytes);
-        else
-            beyond(to, from, tiles, bytes);
-    }
-
-private:
-    /// Without a table, so that it can be vectorised.
-    void between(uint8_t *__restrict to, const uint8_t *__restrict from, const uint8_t *__restrict tiles,
-                 std::size_t bytes) const
-    {
-        const auto percent = static_cast<uint16_t>(percent_);
-        for (std::size_t i = 0; i < bytes; ++i) {
-            const uint8_t least = std::min(from[i], tiles[i]), most = std::max(from[i], tiles[i]);
-            const auto hundredths = static_cast<uint16_t>((most - least) * percent + 50);
-            const auto step = static_cast<uint8_t>(static_cast<uint16_t>(hundredths / 100));
-            to[i] = static_cast<uint8_t>(from[i] < tiles[i] ? from[i] + step : from[i] - step);
-        }
-    }
-    /// Past the pattern or away from it; the bytes are cut and not held: hosts rely on it.
-    void beyond(uint8_t *to, const uint8_t *from, const uint8_t *tiles, std::size_t bytes) const
     {
         for (std::size_t i = 0; i < bytes; ++i) {
             const int distance = tiles[i] - from[i];
@@ -185,7 +164,7 @@ private:
         }
     }
 
-    int percent_;
+private:
     std::array<uint8_t, 256> step_;
 };
 
@@ -198,22 +177,39 @@ ResultPlan planFill(const Dib &source)
     return plan;
 }
 
-void fillRows(EffectFrame &frame, Tiles &tiles, int percent, int relief)
+/// Fills the rows: fill(to, from, tiles).
+template <typename Fill>
+void fillRows(EffectFrame &frame, Tiles &tiles, Fill fill)
 {
     const Dib &source = frame.source();
-    const auto width = static_cast<std::size_t>(source.width());
-    const Relief reliefOf(percent);
-    const Mix mix(percent);
     for (const int y : frame.rows()) {
-        const uint8_t *const from = source.row(y), *const tileRow = tiles.rowFromEnd(source.height() - 1 - y);
-        uint8_t *const to = frame.result().row(y);
-        if (relief == 0)
-            mix.row(to, from, tileRow, sampleBytes(source));
-        else if (source.bitCount() == 24)
-            reliefOf.row24(to, from, tileRow, width);
-        else
-            reliefOf.row8(to, from, tileRow, width);
+        fill(frame.result().row(y), source.row(y), tiles.rowFromEnd(source.height() - 1 - y));
         frame.clearPadding(y);
+    }
+}
+
+void fillWith(EffectFrame &frame, Tiles &tiles, int percent, bool isRelief)
+{
+    const std::size_t bytes = sampleBytes(frame.source()), channels = samplesPerPixel(frame.source());
+    if (isShortPercent(percent)) {
+        const PatternKernels kernels = patternKernels();
+        const PatternRow row = !isRelief       ? kernels.mix
+                               : channels == 3 ? kernels.colorRelief
+                                               : kernels.grayRelief;
+        const std::size_t count = isRelief ? bytes / channels : bytes;
+        fillRows(frame, tiles, [&](uint8_t *to, const uint8_t *from, const uint8_t *tileRow) {
+            row(to, from, tileRow, count, percent);
+        });
+    } else if (isRelief) {
+        const Relief relief(percent);
+        fillRows(frame, tiles, [&](uint8_t *to, const uint8_t *from, const uint8_t *tileRow) {
+            relief.row(to, from, tileRow, bytes, channels);
+        });
+    } else {
+        const Mix mix(percent);
+        fillRows(frame, tiles, [&](uint8_t *to, const uint8_t *from, const uint8_t *tileRow) {
+            mix.row(to, from, tileRow, bytes);
+        });
     }
 }
 
@@ -238,7 +234,7 @@ void *ProcessFillPattern(void *dib, void *pattern, int tiling, int percent, int 
         if (!tiles)
             return frame.giveUp();
         frame.open(plan.headerBytes);
-        fillRows(frame, tiles, percent, relief);
+        fillWith(frame, tiles, percent, relief != 0);
     }
     return frame.finish();
 }

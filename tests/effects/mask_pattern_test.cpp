@@ -124,6 +124,8 @@ TEST(FillPattern, EverySizeAndManner)
 
 TEST(FillPattern, EveryPairOfBytes)
 {
+    const Restore restore;
+    const auto levels = cpuLevels();
     Pieces image = blankOf(gray(1, 1), 256, 256), pattern = image;
     for (std::size_t i = 0; i < 65536; ++i) {
         image.rows[i] = static_cast<uint8_t>(i);
@@ -133,8 +135,35 @@ TEST(FillPattern, EveryPairOfBytes)
     for (const int relief : {0, 1})
         for (const int percent : {-2, -1, 0, 1, 2, 3, 7, 25, 49, 50, 51, 73, 98, 99, 100, 101, 102}) {
             const Manner m{0, percent, relief};
-            ASSERT_EQ(resultOf(image, fill(handle, m)), expectedOf(image, pattern, m)) << percent;
+            const Bytes expected = expectedOf(image, pattern, m);
+            for (const CpuLevel level : levels) {
+                limitCpuLevel(level);
+                ASSERT_EQ(resultOf(image, fill(handle, m)), expected) << percent;
+            }
         }
+}
+
+/// Every sum of channels that a mean is taken of, and every level below it.
+TEST(FillPattern, EveryMean)
+{
+    const Restore restore;
+    Pieces image = blankOf(trueColor(1, 1), 256, 766), pattern = image;
+    image.rows = noise(image.rows.size(), 3);
+    for (std::size_t y = 0; y < 766; ++y)
+        for (std::size_t x = 0; x < 256; ++x) {
+            uint8_t *const pixel = &pattern.rows[3 * (256 * y + x)];
+            for (std::size_t channel = 0; channel < 3; ++channel)
+                pixel[(x + channel) % 3] = static_cast<uint8_t>((y + channel) / 3);
+        }
+    const Handle handle = pattern.handle();
+    const auto levels = cpuLevels();
+    for (const int percent : {33, 100, 110}) {
+        const Bytes expected = expectedOf(image, pattern, {0, percent, 1});
+        for (const CpuLevel level : levels) {
+            limitCpuLevel(level);
+            ASSERT_EQ(resultOf(image, fill(handle, {0, percent, 1})), expected) << percent;
+        }
+    }
 }
 
 /// The rows of a gray image of zeros that is covered wholly.
