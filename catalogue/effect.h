@@ -46,10 +46,13 @@ struct Field {
 
 /// The kinds of picture that an effect reads or makes beside the image that it works on.
 enum class OperandKind {
-    BitMask,   ///< 1 bit; set bits are selected
-    AlphaMask, ///< 8-bit gray of the image's size; 0 is not selected, 255 is
+    BitMask,        ///< 1 bit; set bits are selected
+    AlphaMask,      ///< 8-bit gray of the image's size; 0 is not selected, 255 is
+    LooseAlphaMask, ///< the same of any size
+    Picture,        ///< any depth and size
+    LikePicture,    ///< of the image's depth and any size
 };
-/// "bit mask", "alpha mask".
+/// "bit mask", "alpha mask", "alpha mask of any size", "picture", "picture of the image's depth".
 std::string_view kindName(OperandKind kind);
 
 /// A picture beside the image.

@@ -17,6 +17,7 @@ std::span<const Effect> sharpenEffects();
 std::span<const Effect> bevelEffects();
 std::span<const Effect> geometryEffects();
 std::span<const Effect> cutOutEffects();
+std::span<const Effect> maskEffects();
 
 /// All channels or one.
 inline constexpr std::array kChannels{Choice{"all", 0}, Choice{"red", 1}, Choice{"green", 2},

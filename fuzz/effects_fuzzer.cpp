@@ -70,10 +70,14 @@ void applyEffect(void *dib, const catalogue::Effect &effect, catalogue::Record &
 }
 
 /// Sizes of results are held, so that a run fits the memory and the time that fuzzers have.
-double held(const catalogue::Field &field, double value)
+double held(const catalogue::Effect &effect, const catalogue::Field &field, double value)
 {
     const bool isResultSize = field.name == "newWidth" || field.name == "newHeight";
-    return isResultSize ? std::clamp(value, -1.0, 500.0) : value;
+    // The result spans both masks, however far apart.
+    const bool isDistance = effect.name == "mask-operation" && (field.name == "left" || field.name == "top");
+    return isResultSize ? std::clamp(value, -1.0, 500.0)
+           : isDistance ? std::clamp(value, -500.0, 500.0)
+                        : value;
 }
 
 } // namespace
@@ -96,7 +100,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
         if (field.table)
             std::memcpy(field.table(record.bytes.data()), field.table(given.bytes.data()), field.bytes);
         else
-            field.store(record.bytes.data(), held(field, field.load(given.bytes.data())));
+            field.store(record.bytes.data(), held(effect, field, field.load(given.bytes.data())));
 
     const auto before = memory_hooks::counts();
     void *const dib = blockOf(data + recordBytes, size - recordBytes);

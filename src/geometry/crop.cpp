@@ -1,60 +1,14 @@
-#include "core/locked_dib.h"
+#include "core/overlap.h"
 #include "filters/sample_frame.h"
-#include "geometry/pixel_access.h"
+#include "geometry/pixel_runs.h"
 #include "geometry/resized_frame.h"
-#include <algorithm>
-#include <cstring>
+#include "masks/bit_mask.h"
+#include "masks/mask_row.h"
 #include <velmont/geometry.h>
 
 namespace velmont {
 
 namespace {
-
-/// Copies and fills runs of pixels of whole bytes.
-class PixelRuns {
-public:
-    PixelRuns(std::size_t pixelBytes, PixelValue background) : bytes_(pixelBytes), background_(background) {}
-
-    void copy(uint8_t *to, int64_t toColumn, const uint8_t *from, int64_t fromColumn, int64_t count) const
-    {
-        if (count > 0) // the columns of no pixels may lie anywhere
-            std::memcpy(to + place(toColumn), from + place(fromColumn), place(count));
-    }
-    void fill(uint8_t *to, int64_t column, int64_t count) const
-    {
-        uint8_t *const first = to + place(column);
-        const std::size_t all = place(count);
-        for (std::size_t i = 0; i < bytes_ && i < all; ++i)
-            first[i] = static_cast<uint8_t>(background_ >> 8 * i);
-        for (std::size_t done = bytes_; done < all; done *= 2)
-            std::memcpy(first + done, first, std::min(done, all - done));
-    }
-
-private:
-    std::size_t place(int64_t column) const { return static_cast<std::size_t>(column) * bytes_; }
-
-    std::size_t bytes_;
-    PixelValue background_;
-};
-
-/// The part of a run of `count` pixels from `first` on that lies in 0 to size - 1.
-struct Overlap {
-    int64_t before; ///< pixels of the run before it
-    int64_t inside;
-
-    Overlap(int64_t first, int64_t count, int64_t size)
-        : before(std::clamp<int64_t>(-first, 0, count)),
-          inside(std::max<int64_t>(std::min(first + count, size) - (first + before), 0))
-    {
-    }
-};
-
-/// A place beyond the edge as the place that it has when images lie side by side.
-int64_t wrapped(int64_t place, int64_t size)
-{
-    const int64_t rest = place % size;
-    return rest < 0 ? rest + size : rest;
-}
 
 /// A row of the source from column `first` on, with background where it has none.
 void cropRow(uint8_t *to, const uint8_t *from, int64_t first, int64_t count, int64_t width,
@@ -82,18 +36,6 @@ constexpr FrameSteps kWithoutCursor{.waitCursor = false, .arrowCursor = false};
 constexpr FrameSteps kUnseen{
     .waitCursor = false, .droppedPoll = false, .arrowCursor = false, .finalReport = false};
 
-/// Where the rows of a bit mask start, whatever its palette.
-constexpr std::size_t kMaskPixelOffset = 48;
-
-/// A bit mask in a locked block; nothing for any other image and for one that its block is too small for.
-std::optional<Dib> maskIn(const LockedDib &locked)
-{
-    if (!locked || locked->bitCount() != 1)
-        return std::nullopt;
-    const auto layout = DibLayout::make(locked->width(), locked->height(), 1, kMaskPixelOffset);
-    return layout ? Dib::withLayout(locked->block(), locked->blockBytes(), *layout) : std::nullopt;
-}
-
 /// What of a row of the mask meets the image.
 struct MaskedRun {
     const uint8_t *from; ///< the image's row
@@ -105,8 +47,8 @@ struct MaskedRun {
 template <int bits>
 void cutRow(uint8_t *to, const MaskedRun &run, int64_t count, const PixelRuns &runs)
 {
-    const auto isSet = [&](int64_t x) { return pixelAt<1>(run.mask, static_cast<std::size_t>(x)) != 0; };
     if constexpr (bits < 8) {
+        const auto isSet = [&](int64_t x) { return pixelAt<1>(run.mask, static_cast<std::size_t>(x)) != 0; };
         PixelWriter<bits> writer(to);
         for (int64_t x = 0; x < count; ++x) {
             const bool isCut = x >= run.begin && x < run.end && isSet(x);
@@ -114,23 +56,13 @@ void cutRow(uint8_t *to, const MaskedRun &run, int64_t count, const PixelRuns &r
         }
         writer.endRow();
     } else {
-        // Runs of equal bits, whole bytes of them at once.
-        const auto endOfRun = [&](int64_t x, bool value) {
-            const uint8_t whole = value ? 0xFF : 0x00;
-            while (x < run.end && isSet(x) == value)
-                x += x % 8 == 0 && run.mask[x / 8] == whole ? 8 : 1;
-            return std::min(x, run.end);
-        };
         runs.fill(to, 0, run.begin);
-        for (int64_t x = run.begin; x < run.end;) {
-            const bool value = isSet(x);
-            const int64_t end = endOfRun(x, value);
-            if (value)
-                runs.copy(to, x, run.from, run.fromColumn + x, end - x);
+        forMaskRuns(run.mask, run.begin, run.end, [&](int64_t first, int64_t end, bool isCut) {
+            if (isCut)
+                runs.copy(to, first, run.from, run.fromColumn + first, end - first);
             else
-                runs.fill(to, x, end - x);
-            x = end;
-        }
+                runs.fill(to, first, end - first);
+        });
         runs.fill(to, run.end, count - run.end);
     }
 }
