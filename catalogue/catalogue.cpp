@@ -10,7 +10,8 @@ namespace {
 std::vector<Effect> gather()
 {
     std::vector<Effect> all;
-    for (const auto family : {toneEffects(), filterEffects(), geometryEffects(), cutOutEffects()})
+    for (const auto family :
+         {toneEffects(), filterEffects(), geometryEffects(), cutOutEffects(), gradientEffects()})
         all.insert(all.end(), family.begin(), family.end());
     std::sort(all.begin(), all.end(), [](const Effect &a, const Effect &b) {
         return a.family != b.family ? a.family < b.family : a.name < b.name;

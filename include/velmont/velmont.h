@@ -9,6 +9,7 @@
 #include <velmont/environment.h>
 #include <velmont/filters.h>
 #include <velmont/geometry.h>
+#include <velmont/masks.h>
 #include <velmont/memory.h>
 #include <velmont/platform.h>
 #include <velmont/tone.h>
