@@ -1,4 +1,5 @@
 #include "core/locked_dib.h"
+#include "core/overlap.h"
 #include "filters/sample_frame.h"
 #include "geometry/pixel_access.h"
 #include "geometry/resized_frame.h"
@@ -36,25 +37,6 @@ private:
     std::size_t bytes_;
     PixelValue background_;
 };
-
-/// The part of a run of `count` pixels from `first` on that lies in 0 to size - 1.
-struct Overlap {
-    int64_t before; ///< pixels of the run before it
-    int64_t inside;
-
-    Overlap(int64_t first, int64_t count, int64_t size)
-        : before(std::clamp<int64_t>(-first, 0, count)),
-          inside(std::max<int64_t>(std::min(first + count, size) - (first + before), 0))
-    {
-    }
-};
-
-/// A place beyond the edge as the place that it has when images lie side by side.
-int64_t wrapped(int64_t place, int64_t size)
-{
-    const int64_t rest = place % size;
-    return rest < 0 ? rest + size : rest;
-}
 
 /// A row of the source from column `first` on, with background where it has none.
 void cropRow(uint8_t *to, const uint8_t *from, int64_t first, int64_t count, int64_t width,
