@@ -10,7 +10,8 @@ namespace {
 std::vector<Effect> gather()
 {
     std::vector<Effect> all;
-    for (const auto family : {toneEffects(), filterEffects(), geometryEffects(), cutOutEffects()})
+    for (const auto family :
+         {toneEffects(), filterEffects(), geometryEffects(), cutOutEffects(), compositingEffects()})
         all.insert(all.end(), family.begin(), family.end());
     std::sort(all.begin(), all.end(), [](const Effect &a, const Effect &b) {
         return a.family != b.family ? a.family < b.family : a.name < b.name;
@@ -39,7 +40,19 @@ std::string_view familyName(Family family)
 
 std::string_view kindName(OperandKind kind)
 {
-    return kind == OperandKind::BitMask ? "bit mask" : "alpha mask";
+    switch (kind) {
+    case OperandKind::BitMask:
+        return "bit mask";
+    case OperandKind::AlphaMask:
+        return "alpha mask";
+    case OperandKind::LooseAlphaMask:
+        return "alpha mask of any size";
+    case OperandKind::Picture:
+        return "picture";
+    case OperandKind::LikePicture:
+        return "picture of the image's depth";
+    }
+    return {};
 }
 
 std::span<const Effect> effects()

@@ -46,10 +46,13 @@ struct Field {
 
 /// The kinds of picture that an effect reads or makes beside the image that it works on.
 enum class OperandKind {
-    BitMask,   ///< 1 bit; set bits are selected
-    AlphaMask, ///< 8-bit gray of the image's size; 0 is not selected, 255 is
+    BitMask,        ///< 1 bit; set bits are selected
+    AlphaMask,      ///< 8-bit gray of the image's size; 0 is not selected, 255 is
+    LooseAlphaMask, ///< the same of any size
+    Picture,        ///< any depth and size
+    LikePicture,    ///< of the image's depth and any size
 };
-/// "bit mask", "alpha mask".
+/// "bit mask", "alpha mask", "alpha mask of any size", "picture", "picture of the image's depth".
 std::string_view kindName(OperandKind kind);
 
 /// A picture beside the image.
@@ -114,6 +117,8 @@ struct Effect {
     /// block of the result is lost.
     int smallestSide = 1;
     bool definesPadding = true; ///< of the result's rows
+    int blocksLeft = 0;         ///< that nobody holds, by each run that gives a result
+    bool usesCreateDib = false; ///< which leaves a block behind where it cannot lock it
 };
 
 /// All effects, by family and then by name.

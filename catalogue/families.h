@@ -15,6 +15,7 @@ std::span<const Effect> toneEffects();
 std::span<const Effect> filterEffects();
 std::span<const Effect> geometryEffects();
 std::span<const Effect> cutOutEffects();
+std::span<const Effect> compositingEffects();
 
 /// The record of an effect that takes one int instead of a record.
 struct IntParameter {

@@ -15,30 +15,45 @@ uint8_t coverage(int x, int y, int width, int height)
     return static_cast<uint8_t>(std::clamp((1 - across * across - along * along) * 510, 0.0, 255.0));
 }
 
-void drawRow(uint8_t *row, OperandKind kind, int y, int width, int height)
+void drawRow(uint8_t *row, int bits, int y, int width, int height)
 {
     for (int x = 0; x < width; ++x) {
         const uint8_t covered = coverage(x, y, width, height);
-        if (kind == OperandKind::AlphaMask)
+        if (bits == 8)
             row[x] = covered;
+        else if (bits == 24)
+            row[3 * x] = covered, row[3 * x + 1] = static_cast<uint8_t>(x), row[3 * x + 2] = 200;
         else if (covered > 127)
             row[x / 8] = static_cast<uint8_t>(row[x / 8] | 0x80 >> x % 8);
     }
 }
 
-void *disc(OperandKind kind, int width, int height)
+int bitsOf(OperandKind kind, void *dib)
 {
-    const bool isAlpha = kind == OperandKind::AlphaMask;
-    const int bits = isAlpha ? 8 : 1;
+    switch (kind) {
+    case OperandKind::BitMask:
+        return 1;
+    case OperandKind::AlphaMask:
+    case OperandKind::LooseAlphaMask:
+        return 8;
+    case OperandKind::Picture:
+    case OperandKind::LikePicture:
+        return depthOf(dib) == Depth24 ? 24 : 8;
+    }
+    return 8;
+}
+
+void *disc(int bits, int width, int height)
+{
     void *const mask = CreateDib(width, height, bits, 0, 0);
     auto *row = static_cast<uint8_t *>(KelMemLock(mask));
     if (!row)
         return mask;
-    row += sizeof(DibHeader) + sizeof(DibColor) * (isAlpha ? 256 : 2);
+    row += sizeof(DibHeader) + sizeof(DibColor) * (bits == 24 ? 0u : 1u << bits);
     const std::size_t stride =
         (static_cast<std::size_t>(width) * static_cast<std::size_t>(bits) + 31) / 32 * 4;
     for (int y = 0; y < height; ++y, row += stride)
-        drawRow(row, kind, y, width, height);
+        drawRow(row, bits, y, width, height);
     KelMemUnlock(mask);
     return mask;
 }
@@ -53,7 +68,7 @@ FittedOperands::FittedOperands(const Effect &effect, Record &record, void *dib)
         GetDibSize(dib, &width, &height);
     for (const Operand &operand : effect.operands)
         if (!operand.isResult)
-            operand.handle(record.bytes.data()) = disc(operand.kind, width, height);
+            operand.handle(record.bytes.data()) = disc(bitsOf(operand.kind, dib), width, height);
 }
 
 FittedOperands::~FittedOperands()

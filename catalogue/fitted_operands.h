@@ -8,8 +8,8 @@
 namespace velmont::catalogue {
 
 /// Puts made-up operands that fit an image into a record, and frees them and what the effect puts there at the
-/// end: a disc of the image's size, opaque in the middle and fading towards the edge. Of a block that is no
-/// image the size is taken as 1.
+/// end: a disc of the image's size, opaque in the middle and fading towards the edge; pictures that are no masks have the
+/// image's depth where it is 24 bits, else they are gray. Of a block that is no image the size is taken as 1.
 class FittedOperands {
 public:
     FittedOperands(const Effect &effect, Record &record, void *dib);

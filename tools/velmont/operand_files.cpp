@@ -48,7 +48,29 @@ io::DibHandle toMask(io::DibHandle dib, OperandKind kind)
                                         : std::move(dib);
 }
 
-io::DibHandle readMask(const OperandFile &given, void *dib, const std::string &subject)
+/// Brings a picture to the depth of the image, 24 bits or gray.
+io::DibHandle toDepthOf(void *dib, io::DibHandle picture)
+{
+    const unsigned wanted = catalogue::depthOf(dib), depth = catalogue::depthOf(picture.get());
+    if (depth == wanted)
+        return picture;
+    return required(wanted == catalogue::Depth24 ? ProcessConvertTo24BitColor(picture.get())
+                                                 : ProcessConvertToGrayScale(picture.get()));
+}
+
+io::DibHandle fitted(io::DibHandle picture, OperandKind kind, void *dib)
+{
+    switch (kind) {
+    case OperandKind::Picture:
+        return picture;
+    case OperandKind::LikePicture:
+        return toDepthOf(dib, std::move(picture));
+    default:
+        return toMask(std::move(picture), kind);
+    }
+}
+
+io::DibHandle readOperand(const OperandFile &given, void *dib, const std::string &subject)
 {
     io::Picture picture;
     try {
@@ -61,7 +83,7 @@ io::DibHandle readMask(const OperandFile &given, void *dib, const std::string &s
         throw Failure(ExitCode::Input,
                       concat(given.file.string(), ": the mask is ", sizeText(size), " and ", subject, " is ",
                              sizeText(wanted), "; they have to be of one size"));
-    return toMask(std::move(picture.dib), given.operand->kind);
+    return fitted(std::move(picture.dib), given.operand->kind, dib);
 }
 
 } // namespace
@@ -72,7 +94,7 @@ StepOperands::StepOperands(const Step &step, catalogue::Record &record, void *di
     for (const OperandFile &given : step.operands) {
         if (given.operand->isResult)
             continue;
-        read_.push_back(readMask(given, dib, subject));
+        read_.push_back(readOperand(given, dib, subject));
         given.operand->handle(record.bytes.data()) = read_.back().get();
     }
 }
