@@ -118,6 +118,8 @@ struct Effect {
     /// block of the result is lost.
     int smallestSide = 1;
     bool definesPadding = true; ///< of the result's rows
+    int blocksLeft = 0;         ///< that nobody holds, by each run that gives a result
+    bool usesCreateDib = false; ///< which leaves a block behind where it cannot lock it
 };
 
 /// All effects, by family and then by name.

@@ -69,10 +69,19 @@ void applyEffect(void *dib, const catalogue::Effect &effect, catalogue::Record &
         KelMemFree(result);
 }
 
+/// Frees what an effect left behind.
+void freeAllBut(const std::vector<void *> &kept)
+{
+    for (void *const handle : memory_hooks::liveBlocks())
+        if (std::find(kept.begin(), kept.end(), handle) == kept.end())
+            KelMemFree(handle);
+}
+
 /// Sizes of results are held, so that a run fits the memory and the time that fuzzers have.
 double held(const catalogue::Effect &effect, const catalogue::Field &field, double value)
 {
-    const bool isResultSize = field.name == "newWidth" || field.name == "newHeight";
+    const bool isResultSize = field.name == "newWidth" || field.name == "newHeight" ||
+                              field.name == "width" || field.name == "height";
     // The result spans both masks, however far apart.
     const bool isDistance = effect.name == "mask-operation" && (field.name == "left" || field.name == "top");
     return isResultSize ? std::clamp(value, -1.0, 500.0)
@@ -103,6 +112,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
             field.store(record.bytes.data(), held(effect, field, field.load(given.bytes.data())));
 
     const auto before = memory_hooks::counts();
+    const std::vector<void *> blocksBefore = memory_hooks::liveBlocks();
     void *const dib = blockOf(data + recordBytes, size - recordBytes);
     useUtilities(dib, control);
     {
@@ -112,9 +122,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
     KelMemFree(dib);
     // A late refusal loses a locked block.
     const long mayLose = effect.smallestSide > 1 ? 1 : 0;
-    const long lost = memory_hooks::counts().blocks - before.blocks;
-    if (lost < 0 || lost > mayLose || memory_hooks::counts().locks - before.locks != lost)
+    const long mayLeave = effect.blocksLeft + (effect.usesCreateDib && control.failLock > 0 ? 1 : 0);
+    const long lost = memory_hooks::counts().locks - before.locks;
+    const long left = memory_hooks::counts().blocks - before.blocks - lost;
+    if (lost < 0 || lost > mayLose || left < 0 || left > mayLeave)
         std::abort(); // something was lost
+    if (left > 0)
+        freeAllBut(blocksBefore);
     return 0;
 }
 

@@ -4,6 +4,7 @@
 /// The whole boundary of the library.
 
 #include <velmont/color.h>
+#include <velmont/compositing.h>
 #include <velmont/dib.h>
 #include <velmont/effects.h>
 #include <velmont/environment.h>

@@ -209,6 +209,15 @@ public:
         lastFree_ = place;
     }
 
+    std::vector<void *> live() const
+    {
+        std::vector<void *> handles;
+        for (uint32_t place = 0; place < slots_.size(); ++place)
+            if (slots_[place].isLive)
+                handles.push_back(handleOf(place));
+        return handles;
+    }
+
 private:
     // 64 bits: 16 bits of mark that make no canonical address, 24 of generation, 24 of place. 32 bits: 14 of
     // generation, 16 of place, and two low bits that no aligned pointer has.
@@ -425,6 +434,12 @@ Counts counts()
     Counts counts = service().counts;
     counts.keptBytes = keptBlocks().bytes();
     return counts;
+}
+
+std::vector<void *> liveBlocks()
+{
+    const std::lock_guard guard(service().mutex);
+    return service().table.live();
 }
 
 int locksOn(void *handle)

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 #include <velmont/memory.h>
 
 namespace velmont {
@@ -65,6 +66,8 @@ struct Counts {
     std::size_t keptBytes; ///< bytes of the freed blocks that are kept
 };
 Counts counts();
+/// The handles of all blocks alive, in no particular order.
+std::vector<void *> liveBlocks();
 /// Locks on one block; 0 for a bad handle.
 int locksOn(void *handle);
 

@@ -65,6 +65,16 @@ constexpr std::array kBitOperands{
     catalogue::Operand{"bits", catalogue::OperandKind::BitMask, false, "what to look at", maskOf},
 };
 
+constexpr std::array kPictureOperands{
+    catalogue::Operand{"picture", catalogue::OperandKind::Picture, false, "what to return", maskOf},
+};
+constexpr std::array kLikePictureOperands{
+    catalogue::Operand{"picture", catalogue::OperandKind::LikePicture, false, "what to return", maskOf},
+};
+constexpr std::array kLooseMaskOperands{
+    catalogue::Operand{"mask", catalogue::OperandKind::LooseAlphaMask, false, "what to return", maskOf},
+};
+
 constexpr Effect effect(std::string_view name, Family family, void *(*call)(void *, void *),
                         std::span<const Field> fields = {}, std::size_t recordBytes = 0)
 {
@@ -138,14 +148,20 @@ void *copyAndInvertMask(void *dib, void *record)
     return copyOf(dib);
 }
 
-void *bits(void *, void *record)
+void *operandItself(void *, void *record)
 {
     return copyOf(static_cast<MaskArguments *>(record)->mask);
 }
 
 constexpr Effect kInvertsItsMask =
     withOperands(effect("masked", Family::Filters, copyAndInvertMask), kMaskOperands);
-constexpr Effect kReturnsItsBits = withOperands(effect("bits", Family::Filters, bits), kBitOperands);
+constexpr Effect kReturnsItsBits = withOperands(effect("bits", Family::Filters, operandItself), kBitOperands);
+constexpr Effect kReturnsItsPicture =
+    withOperands(effect("picture", Family::Filters, operandItself), kPictureOperands);
+constexpr Effect kReturnsItsLikePicture =
+    withOperands(effect("like-picture", Family::Filters, operandItself), kLikePictureOperands);
+constexpr Effect kReturnsItsLooseMask =
+    withOperands(effect("loose-mask", Family::Filters, operandItself), kLooseMaskOperands);
 constexpr Effect kReturnsNothing = effect("nothing", Family::Filters, noResult);
 constexpr Effect kReturnsItsSource = effect("source", Family::Filters, source);
 constexpr Effect kChangesItsRecord =
@@ -199,6 +215,18 @@ const Effect &movesPixels()
 const Effect &invertsItsMask()
 {
     return kInvertsItsMask;
+}
+
+const Effect &returnsItsOperand(catalogue::OperandKind kind)
+{
+    switch (kind) {
+    case catalogue::OperandKind::Picture:
+        return kReturnsItsPicture;
+    case catalogue::OperandKind::LikePicture:
+        return kReturnsItsLikePicture;
+    default:
+        return kReturnsItsLooseMask;
+    }
 }
 
 const Effect &returnsItsBits()

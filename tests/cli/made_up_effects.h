@@ -37,6 +37,8 @@ const catalogue::Effect &movesPixels();
 const catalogue::Effect &invertsItsMask();
 /// Returns a copy of its bit mask, `bits`.
 const catalogue::Effect &returnsItsBits();
+/// Returns a copy of its picture: a picture, one of the image's depth, or an alpha mask of any size.
+const catalogue::Effect &returnsItsOperand(catalogue::OperandKind kind);
 /// Sends the program SIGTERM and returns a copy.
 const catalogue::Effect &interrupts();
 

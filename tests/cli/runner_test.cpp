@@ -120,6 +120,31 @@ TEST_F(RunnerWithMask, BitMasksAreWhatIsBrighterThanTheMiddle)
     EXPECT_EQ(coloursOf(picture.dib.get()), expected);
 }
 
+TEST_F(RunnerWithMask, PicturesOfAnySizeAndDepth)
+{
+    using catalogue::OperandKind;
+    save(Kind::Colour, 5, 4, file("colour.png"));
+    save(Kind::Gray, 4, 5, file("gray.png"));
+    const auto depthOfOperand = [&](OperandKind kind, Kind image, const char *name) {
+        io::Picture picture = makePicture(image, 9, 9);
+        runStep(picture, step(returnsItsOperand(kind), {file(name)}));
+        return catalogue::depthOf(picture.dib.get());
+    };
+    constexpr unsigned kGray = catalogue::Depth8Gray, kColour = catalogue::Depth24;
+    for (const Kind image : {Kind::Colour, Kind::Gray}) {
+        EXPECT_EQ(depthOfOperand(OperandKind::Picture, image, "colour.png"), kColour);
+        EXPECT_EQ(depthOfOperand(OperandKind::Picture, image, "gray.png"), kGray);
+        for (const char *name : {"colour.png", "gray.png"}) {
+            EXPECT_EQ(depthOfOperand(OperandKind::LikePicture, image, name),
+                      image == Kind::Gray ? kGray : kColour);
+            EXPECT_EQ(depthOfOperand(OperandKind::LooseAlphaMask, image, name), kGray);
+        }
+    }
+    io::Picture picture = makePicture(Kind::Colour, 9, 9);
+    runStep(picture, step(returnsItsOperand(OperandKind::LikePicture), {file("gray.png")}));
+    EXPECT_EQ(coloursOf(picture.dib.get()), coloursOf(file("gray.png")));
+}
+
 TEST_F(RunnerWithMask, RefusesMasksThatDoNotFit)
 {
     save(Kind::Gray, 4, 5, file("mask.png"));

@@ -53,7 +53,7 @@ protected:
 TEST_P(EachEntry, Text)
 {
     EXPECT_TRUE(isKebabCase(effect_.name));
-    constexpr std::string_view kOtherNames[] = {"BoundingMask", "CreateMagicMaskFromDib"};
+    constexpr std::string_view kOtherNames[] = {"BoundingMask", "CreateMagicMaskFromDib", "GetShadowDib"};
     EXPECT_TRUE(effect_.exportName.starts_with("Process") ||
                 std::ranges::find(kOtherNames, effect_.exportName) != std::end(kOtherNames))
         << effect_.exportName;

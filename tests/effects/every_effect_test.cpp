@@ -107,8 +107,10 @@ public:
     Handle go()
     {
         srand(1);
+        const std::vector<void *> before = memory_hooks::liveBlocks();
         void *const result = catalogue::apply(effect_, dib_, record_);
         EXPECT_TRUE(!result || result != dib_);
+        freeLeft(before, result);
         return Handle(result != dib_ ? result : nullptr);
     }
     /// Checks that nothing happened to the operands that are read, and that others come with a result only.
@@ -136,6 +138,28 @@ public:
     }
 
 private:
+    /// Frees what the effect leaves behind by its nature; what it leaves beyond that stays to be noticed.
+    void freeLeft(const std::vector<void *> &before, void *result)
+    {
+        std::vector<void *> left;
+        for (void *const handle : memory_hooks::liveBlocks())
+            if (handle != result && !isOperand(handle) &&
+                std::find(before.begin(), before.end(), handle) == before.end())
+                left.push_back(handle);
+        const std::size_t mostLeft = static_cast<std::size_t>(effect_.blocksLeft);
+        if (result) {
+            EXPECT_EQ(left.size(), mostLeft);
+        }
+        left.resize(std::min(left.size(), result ? mostLeft : std::size_t{effect_.usesCreateDib}));
+        for (void *const handle : left)
+            KelMemFree(handle);
+    }
+    bool isOperand(void *handle)
+    {
+        return std::any_of(
+            effect_.operands.begin(), effect_.operands.end(),
+            [&](const catalogue::Operand &each) { return each.handle(record_.bytes.data()) == handle; });
+    }
     Bytes operandBytes(const catalogue::Operand &operand)
     {
         void *const handle = operand.handle(record_.bytes.data());
