@@ -76,6 +76,8 @@ private:
 /// far away.
 class LineShape {
 public:
+    static constexpr bool isPainted = true;
+
     static std::optional<LineShape> of(const Gradient &gradient)
     {
         const Extent extent = Extent::of(gradient), size = extent.absolute();
@@ -84,7 +86,6 @@ public:
         return LineShape(gradient.p1, extent);
     }
 
-    bool isPainted() const { return true; }
     int64_t length() const { return length_; }
     int64_t dx() const { return extent_.x; }
     LineDistance rowStart(int64_t y) const { return sum(origin_, inLengths(y * extent_.y)); }
@@ -173,7 +174,7 @@ struct RoundShape {
     Extent radius;
     int64_t length; ///< of a band along the longer radius
     int64_t repeats;
-    bool isPainted_;
+    bool isPainted;
 
     static std::optional<RoundShape> of(const Gradient &gradient)
     {
@@ -190,7 +191,6 @@ struct RoundShape {
                           radius.isEven() || gradient.shape == 3};
     }
 
-    bool isPainted() const { return isPainted_; }
     Extent outer() const { return {radius.x * repeats, radius.y * repeats}; }
 
 private:
@@ -335,7 +335,7 @@ private:
 /// A square or a rectangle around p1.
 struct BoxShape {
     Extent half;
-    bool isPainted_;
+    bool isPainted;
 
     static std::optional<BoxShape> of(const Gradient &gradient)
     {
@@ -346,8 +346,6 @@ struct BoxShape {
             half = half.shortest();
         return BoxShape{half, half.isEven() || gradient.shape == 2};
     }
-
-    bool isPainted() const { return isPainted_; }
 };
 
 /// A row is that of the columns' colours, with the row's own colour where the row is the farther one.
@@ -422,7 +420,7 @@ void *paint(void *dib, const Gradient &gradient)
     const auto shape = Shape::of(gradient);
     if (!shape || !servesSamples(frame))
         return nullptr;
-    if (!shape->isPainted())
+    if (!shape->isPainted)
         return paintNothing(frame);
     const Dib &source = frame.source();
     const ResultPlan plan = planOnSamples(source);

@@ -90,8 +90,8 @@ inline Distances distancesFrom(int64_t center, int64_t count)
     return {std::max<int64_t>({0, before, behind}), std::max(center, count - 1 - center)};
 }
 
-/// The pixels of the distances that occur in a picture, each worked out once: never those of a whole band that
-/// the picture sees a part of.
+/// The pixels of the distances that occur in a picture, so that colours are worked out once for each of them and never
+/// for a pixel.
 class GradientTable {
 public:
     GradientTable(const GradientBands &bands, Distances distances);
