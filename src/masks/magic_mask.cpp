@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstdlib>
 #include <velmont/environment.h>
 #include <velmont/masks.h>
 
@@ -93,11 +94,10 @@ private:
     {
         Color color{};
         withDepth(readBits(image_.bitCount()), [&](auto bits) {
-            const PixelValue pixel = pixelAt<bits()>(row, x);
             if constexpr (bits() == 24)
-                color = {redOf(pixel), greenOf(pixel), blueOf(pixel)};
+                color = {row[3 * x], row[3 * x + 1], row[3 * x + 2]};
             else
-                color = paletteColor(pixel);
+                color = paletteColor(pixelAt<bits()>(row, x));
         });
         return color;
     }
