@@ -10,8 +10,6 @@ namespace velmont::catalogue {
 
 namespace {
 
-constexpr unsigned kSampleDepths = Depth8Gray | Depth24;
-
 constexpr FieldText place(std::string_view name, std::string_view help)
 {
     return {
@@ -67,7 +65,7 @@ int rowUnder(void *dib, void *source, int32_t top)
 void *callCopyIn(void *dib, void *record)
 {
     const auto &arguments = *static_cast<CopyInArguments *>(record);
-    return onCopy(dib, kSampleDepths, [&](void *copy) {
+    return onCopy(dib, DepthSamples, [&](void *copy) {
         return ProcessCopyIn(copy, arguments.source, arguments.left,
                              rowUnder(copy, arguments.source, arguments.top), arguments.wrap);
     });
@@ -96,7 +94,7 @@ constexpr std::array kCompositeOperands{
 void *callComposite(void *dib, void *record)
 {
     const auto &arguments = *static_cast<CompositeArguments *>(record);
-    return onCopy(dib, kSampleDepths, [&](void *copy) {
+    return onCopy(dib, DepthSamples, [&](void *copy) {
         return ProcessCopyIn(copy, arguments.alpha, arguments.source, arguments.left,
                              rowUnder(copy, arguments.source, arguments.top), arguments.blend,
                              arguments.polarity);
@@ -209,7 +207,7 @@ constexpr std::array kStampOperands{
 void *callStamp(void *dib, void *record)
 {
     const auto &arguments = *static_cast<StampArguments *>(record);
-    return onCopy(dib, kSampleDepths, [&](void *copy) {
+    return onCopy(dib, DepthSamples, [&](void *copy) {
         const int64_t width = std::abs(int64_t{arguments.width});
         const int64_t height = std::abs(int64_t{arguments.height});
         tagRECT rect;
@@ -231,7 +229,7 @@ constexpr std::array kEffects{
            .recordName = "arguments",
            .recordBytes = sizeof(CopyInArguments),
            .fields = kCopyInFields,
-           .depths = kSampleDepths,
+           .depths = DepthSamples,
            .random = false,
            .call = callCopyIn,
            .operands = kCopyInOperands},
@@ -243,7 +241,7 @@ constexpr std::array kEffects{
            .recordName = "arguments",
            .recordBytes = sizeof(CompositeArguments),
            .fields = kCompositeFields,
-           .depths = kSampleDepths,
+           .depths = DepthSamples,
            .random = false,
            .call = callComposite,
            .operands = kCompositeOperands},
@@ -255,7 +253,7 @@ constexpr std::array kEffects{
            .recordName = "arguments",
            .recordBytes = sizeof(ShadowArguments),
            .fields = kShadowFields,
-           .depths = kSampleDepths,
+           .depths = DepthSamples,
            .random = false,
            .call = callShadow,
            .operands = kShadowOperands,
@@ -281,7 +279,7 @@ constexpr std::array kEffects{
            .recordName = "arguments",
            .recordBytes = sizeof(StampArguments),
            .fields = kStampFields,
-           .depths = kSampleDepths,
+           .depths = DepthSamples,
            .random = false,
            .call = callStamp,
            .operands = kStampOperands,

@@ -8,8 +8,6 @@ namespace velmont::catalogue {
 
 namespace {
 
-constexpr unsigned kSampleDepths = Depth8Gray | Depth24;
-
 struct LineArguments {
     int32_t fromX, fromY, toX, toY, colorMode, repeatMode, sourcePercent, repeats;
     uint32_t color1, color2;
@@ -135,7 +133,7 @@ constexpr std::array kEffects{
            .recordName = "arguments",
            .recordBytes = sizeof(ShapedArguments),
            .fields = kRoundFields,
-           .depths = kSampleDepths,
+           .depths = DepthSamples,
            .random = false,
            .call = callGradient<ProcessCircularGradient, ShapedArguments>},
     Effect{.name = "gradient-fill",
@@ -146,7 +144,7 @@ constexpr std::array kEffects{
            .recordName = "arguments",
            .recordBytes = sizeof(ShapedArguments),
            .fields = kFillFields,
-           .depths = kSampleDepths,
+           .depths = DepthSamples,
            .random = false,
            .call = callGradient<ProcessGradientFill, ShapedArguments>},
     Effect{.name = "linear-gradient",
@@ -157,7 +155,7 @@ constexpr std::array kEffects{
            .recordName = "arguments",
            .recordBytes = sizeof(LineArguments),
            .fields = kLineFields,
-           .depths = kSampleDepths,
+           .depths = DepthSamples,
            .random = false,
            .call = callGradient<ProcessLinearGradient, LineArguments>},
     Effect{.name = "rectangular-gradient",
@@ -168,7 +166,7 @@ constexpr std::array kEffects{
            .recordName = "arguments",
            .recordBytes = sizeof(ShapedArguments),
            .fields = kBoxFields,
-           .depths = kSampleDepths,
+           .depths = DepthSamples,
            .random = false,
            .call = callGradient<ProcessRectangularGradient, ShapedArguments>},
 };

@@ -11,8 +11,6 @@ namespace velmont::catalogue {
 
 namespace {
 
-constexpr unsigned kSampleDepths = Depth8Gray | Depth24;
-
 constexpr FieldText place(std::string_view name, std::string_view help)
 {
     return {
@@ -197,7 +195,7 @@ constexpr std::array kSelectionFillOperands{
 template <typename Arguments>
 void *seedFill(void *dib, void *selection, Arguments &a)
 {
-    const auto y = (depthOf(dib) & kSampleDepths) != 0 ? rowFromTop(dib, a.y) : std::nullopt;
+    const auto y = (depthOf(dib) & DepthSamples) != 0 ? rowFromTop(dib, a.y) : std::nullopt;
     if (!y)
         return nullptr;
     void *image = nullptr;
@@ -302,7 +300,7 @@ constexpr std::array kEffects{
            .recordName = "arguments",
            .recordBytes = sizeof(FillColorArguments),
            .fields = kFillColorFields,
-           .depths = kSampleDepths,
+           .depths = DepthSamples,
            .random = false,
            .call = callFillColor,
            .operands = kFillColorOperands},
@@ -314,7 +312,7 @@ constexpr std::array kEffects{
            .recordName = "arguments",
            .recordBytes = sizeof(SeedFillArguments),
            .fields = kSeedFillFields<SeedFillArguments>,
-           .depths = kSampleDepths,
+           .depths = DepthSamples,
            .random = false,
            .call = callSeedFill,
            .operands = kSeedFillOperands},
@@ -326,7 +324,7 @@ constexpr std::array kEffects{
            .recordName = "arguments",
            .recordBytes = sizeof(SelectionFillArguments),
            .fields = kSeedFillFields<SelectionFillArguments>,
-           .depths = kSampleDepths,
+           .depths = DepthSamples,
            .random = false,
            .call = callSelectionFill,
            .operands = kSelectionFillOperands},

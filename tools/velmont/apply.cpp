@@ -1,12 +1,17 @@
 #include "apply.h"
+#include "catalogue/in_place.h"
 #include "exit_codes.h"
 #include "interrupt.h"
 #include "notes.h"
 #include "text.h"
 #include <algorithm>
+#include <array>
 #include <cstdint>
+#include <new>
 #include <system_error>
+#include <utility>
 #include <vector>
+#include <velmont/velmont.h>
 
 namespace velmont::cli {
 
@@ -94,12 +99,55 @@ void writeOutput(const io::Picture &picture, const fs::path &output, const Apply
     }
 }
 
+/// What effects leave alone: the image as it was, where a mask does not select.
+class Selection {
+public:
+    /// Of no mask, all is selected.
+    Selection(const io::Picture &picture, const fs::path &mask, const std::string &subject)
+    {
+        if (mask.empty())
+            return;
+        if ((catalogue::depthOf(picture.dib.get()) & catalogue::DepthSamples) == 0)
+            throw Failure(ExitCode::Input, concat(subject, ": --mask takes 8-bit gray and 24-bit images"));
+        image_ = io::DibHandle(catalogue::copyOf(picture.dib.get(), catalogue::DepthSamples));
+        mask_ = readOperand(mask, catalogue::OperandKind::AlphaMask, picture.dib.get(), subject);
+        if (!image_)
+            throw std::bad_alloc();
+    }
+
+    /// Lays a result into the image.
+    void compose(io::Picture &result)
+    {
+        if (!image_)
+            return;
+        if (shapeOf(result.dib.get()) != shapeOf(image_.get()))
+            throw Failure(ExitCode::Input,
+                          "--mask: the effects changed the image's size or depth; inside a mask "
+                          "they have to keep both");
+        if (!ProcessCopyIn(image_.get(), mask_.get(), result.dib.get(), 0, 0, 1, 1))
+            throw std::bad_alloc();
+        result.dib = std::move(image_);
+    }
+
+private:
+    static std::array<int, 3> shapeOf(void *dib)
+    {
+        int width = 0, height = 0;
+        GetDibSize(dib, &width, &height);
+        return {width, height, static_cast<int>(catalogue::depthOf(dib))};
+    }
+
+    io::DibHandle image_, mask_;
+};
+
 /// Runs steps on a picture that was read, and writes.
 void runAndWrite(io::Picture &picture, const fs::path &input, const std::vector<Step> &steps,
                  const ApplyOptions &options)
 {
+    Selection selection(picture, options.mask, input.string());
     Runner runner(picture, input.string(), options.run);
     runner.run(steps);
+    selection.compose(picture);
     fitToFormat(picture, options.output, options);
     writeOutput(picture, options.output, options);
     for (const NamedPicture &made : runner.made())

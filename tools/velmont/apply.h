@@ -17,6 +17,7 @@ struct ApplyOptions {
     std::filesystem::path output;
     bool force = false;             ///< replace an output that exists
     std::optional<int> jpegQuality; ///< 1 to 100
+    std::filesystem::path mask; ///< the result counts where it selects, else the image; empty for everywhere
     RunOptions run;
 };
 

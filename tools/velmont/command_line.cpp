@@ -2,11 +2,11 @@
 #include "apply.h"
 #include "exit_codes.h"
 #include "field_value.h"
-#include "geometry_steps.h"
 #include "histogram.h"
 #include "info.h"
 #include "list.h"
 #include "nearest_name.h"
+#include "picture_steps.h"
 #include "text.h"
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -42,13 +42,14 @@ struct Request {
     bool json = false;
     std::string effect;
     std::vector<std::string> words;
-    std::string output;
+    std::string output, mask;
     std::optional<std::string> quality;
     ApplyOptions apply;
     HistogramOptions histogram;
     ResizeRequest resize;
     CropRequest crop;
     RotateRequest rotate;
+    SelectRequest select;
 };
 
 /// Help with a usage line of its own.
@@ -96,7 +97,7 @@ CLI::App *addPictureCommand(CLI::App &app, Request &request, const std::string &
     return command;
 }
 
-void defineGeometryCommands(CLI::App &app, Request &request)
+void definePictureCommands(CLI::App &app, Request &request)
 {
     CLI::App *const resize =
         addPictureCommand(app, request, "resize", "--size 800x600 | 800x | x600 | --percent P",
@@ -122,6 +123,13 @@ void defineGeometryCommands(CLI::App &app, Request &request)
         ->type_name("TURN");
     rotate->add_option("--background", request.rotate.background, "Of the corners, as #rrggbb")
         ->type_name("COLOUR");
+
+    CLI::App *const select = addPictureCommand(app, request, "select", "--at X,Y [--tolerance R,G,B]",
+                                               "Make a mask of the connected pixels of similar colour");
+    select->add_option("--at", request.select.at, "One of them, from the left and the top")->type_name("X,Y");
+    select
+        ->add_option("--tolerance", request.select.tolerance, "How far a channel may differ, 32 if not given")
+        ->type_name("R,G,B");
 }
 
 void defineCommands(CLI::App &app, Request &request)
@@ -150,7 +158,9 @@ void defineCommands(CLI::App &app, Request &request)
     apply->footer(concat(kApplyFooter, kFooter));
     apply->add_option("words", request.words, "Effects with their fields, and the image");
     addOutputOptions(*apply, request);
-    defineGeometryCommands(app, request);
+    apply->add_option("--mask", request.mask, "Keep the image where this one is not bright")
+        ->type_name("FILE");
+    definePictureCommands(app, request);
 }
 
 template <typename... Pieces>
@@ -277,6 +287,7 @@ void runHistogram(const Request &request)
 const ApplyOptions &outputOptions(Request &request)
 {
     request.apply.output = request.output;
+    request.apply.mask = request.mask;
     if (request.quality)
         request.apply.jpegQuality = jpegQuality(*request.quality);
     return request.apply;
@@ -323,9 +334,11 @@ void runCommandLine(std::span<char *const> arguments)
         runOnPicture(request, "crop", [&](void *dib) { return cropSteps(request.crop, dib); });
     else if (app.got_subcommand("rotate"))
         runOnPicture(request, "rotate", [&](void *dib) { return rotateSteps(request.rotate, dib); });
+    else if (app.got_subcommand("select"))
+        runOnPicture(request, "select", [&](void *dib) { return selectSteps(request.select, dib); });
     else
         refuse("usage: velmont list | info EFFECT | apply EFFECT ... INPUT -o OUTPUT | histogram INPUT | "
-               "resize | crop | rotate INPUT ... -o OUTPUT; \"velmont --help\" says more");
+               "resize | crop | rotate | select INPUT ... -o OUTPUT; \"velmont --help\" says more");
 }
 
 } // namespace velmont::cli

@@ -3,6 +3,7 @@
 #include "field_value.h"
 #include "text.h"
 #include <cstdlib>
+#include <optional>
 
 namespace velmont::cli {
 
@@ -51,6 +52,28 @@ TypedPoint parsePoint(std::string_view option, std::string_view text)
     if (!x || !y)
         refuse(option, text, kPointWanted);
     return {*x, *y};
+}
+
+std::array<int, 3> parseLevels(std::string_view option, std::string_view text)
+{
+    constexpr std::string_view kWanted = "LEVEL or RED,GREEN,BLUE, each from 0 to 255";
+    std::array<int, 3> levels{};
+    std::size_t count = 0;
+    for (std::string_view rest = text;; ++count) {
+        const std::string_view word = rest.substr(0, rest.find(','));
+        const auto level = wholeUpTo(255, word);
+        if (!level || *level < 0 || count == levels.size())
+            refuse(option, text, kWanted);
+        levels[count] = *level;
+        if (word.size() == rest.size())
+            break;
+        rest.remove_prefix(word.size() + 1);
+    }
+    if (count == 1)
+        refuse(option, text, kWanted);
+    if (count == 0)
+        levels.fill(levels[0]);
+    return levels;
 }
 
 } // namespace velmont::cli

@@ -3,7 +3,7 @@
 /// \file
 /// Sizes and places as they are typed.
 
-#include <optional>
+#include <array>
 #include <string_view>
 
 namespace velmont::cli {
@@ -27,5 +27,9 @@ struct TypedPoint {
 /// "10,20": columns from the left and rows from the top, which may be negative.
 /// \throws Failure with ExitCode::Usage that names the option
 TypedPoint parsePoint(std::string_view option, std::string_view text);
+
+/// "10" for all three channels or "10,20,30" for red, green and blue, each 0 to 255.
+/// \throws Failure with ExitCode::Usage that names the option
+std::array<int, 3> parseLevels(std::string_view option, std::string_view text);
 
 } // namespace velmont::cli

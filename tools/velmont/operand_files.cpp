@@ -70,23 +70,24 @@ io::DibHandle fitted(io::DibHandle picture, OperandKind kind, void *dib)
     }
 }
 
-io::DibHandle readOperand(const OperandFile &given, void *dib, const std::string &subject)
+} // namespace
+
+io::DibHandle readOperand(const std::filesystem::path &file, OperandKind kind, void *dib,
+                          const std::string &subject)
 {
     io::Picture picture;
     try {
-        picture = io::readPicture(given.file);
+        picture = io::readPicture(file);
     } catch (const io::Error &error) {
         throw Failure(ExitCode::Input, error.what());
     }
     const Size size = sizeOf(picture.dib.get()), wanted = sizeOf(dib);
-    if (given.operand->kind == OperandKind::AlphaMask && size != wanted)
+    if (kind == OperandKind::AlphaMask && size != wanted)
         throw Failure(ExitCode::Input,
-                      concat(given.file.string(), ": the mask is ", sizeText(size), " and ", subject, " is ",
+                      concat(file.string(), ": the mask is ", sizeText(size), " and ", subject, " is ",
                              sizeText(wanted), "; they have to be of one size"));
-    return fitted(std::move(picture.dib), given.operand->kind, dib);
+    return fitted(std::move(picture.dib), kind, dib);
 }
-
-} // namespace
 
 StepOperands::StepOperands(const Step &step, catalogue::Record &record, void *dib, const std::string &subject)
     : step_(step), record_(record)
@@ -94,7 +95,7 @@ StepOperands::StepOperands(const Step &step, catalogue::Record &record, void *di
     for (const OperandFile &given : step.operands) {
         if (given.operand->isResult)
             continue;
-        read_.push_back(readOperand(given, dib, subject));
+        read_.push_back(readOperand(given.file, given.operand->kind, dib, subject));
         given.operand->handle(record.bytes.data()) = read_.back().get();
     }
 }

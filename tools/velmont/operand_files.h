@@ -17,6 +17,12 @@ struct NamedPicture {
     io::Picture picture;
 };
 
+/// Reads a picture to serve as this kind of operand beside an image.
+/// \param dib the image \param subject its name in messages
+/// \throws Failure with ExitCode::Input for a file that cannot be read or a picture that does not fit
+io::DibHandle readOperand(const std::filesystem::path &file, catalogue::OperandKind kind, void *dib,
+                          const std::string &subject);
+
 /// The operands of one run of a step: reads those that the effect reads, and takes those that it makes.
 class StepOperands {
 public:

@@ -1,7 +1,7 @@
 #pragma once
 
 /// \file
-/// `velmont resize`, `crop` and `rotate`: the effects that they come down to.
+/// `velmont resize`, `crop`, `rotate` and `select`: the effects that they come down to.
 
 #include "chain.h"
 #include <optional>
@@ -31,10 +31,17 @@ struct RotateRequest {
     std::optional<std::string> background;
 };
 
+/// For `velmont select`.
+struct SelectRequest {
+    std::optional<std::string> at; ///< "10,20", a pixel of what is to be selected
+    std::string tolerance = "32";  ///< "10" or "10,20,30"
+};
+
 /// The steps that do it to this picture; none where it is to stay as it is.
 /// \throws Failure with ExitCode::Usage for what is not understood
 std::vector<Step> resizeSteps(const ResizeRequest &request, void *dib);
 std::vector<Step> cropSteps(const CropRequest &request, void *dib);
 std::vector<Step> rotateSteps(const RotateRequest &request, void *dib);
+std::vector<Step> selectSteps(const SelectRequest &request, void *dib);
 
 } // namespace velmont::cli

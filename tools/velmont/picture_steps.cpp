@@ -1,4 +1,4 @@
-#include "geometry_steps.h"
+#include "picture_steps.h"
 #include "exit_codes.h"
 #include "field_value.h"
 #include "measures.h"
@@ -152,6 +152,26 @@ std::vector<Step> rotateSteps(const RotateRequest &request, void *)
     set(step, "angle", degrees);
     if (degrees % 90 != 0)
         setText(step, "background", request.background);
+    return {step};
+}
+
+std::vector<Step> selectSteps(const SelectRequest &request, void *dib)
+{
+    if (!request.at)
+        refuse("select needs --at: a pixel of what is to be selected");
+    const TypedPoint at = parsePoint("--at", *request.at);
+    const TypedSize size = sizeOf(dib);
+    if (at.x < 0 || at.y < 0 || at.x >= size.width || at.y >= size.height)
+        refuse("--at=", *request.at, " lies outside the image, which is ", std::to_string(size.width), " x ",
+               std::to_string(size.height));
+    const auto [red, green, blue] = parseLevels("--tolerance", request.tolerance);
+    Step step = stepOf("magic-mask");
+    set(step, "x", at.x);
+    set(step, "y", at.y);
+    set(step, "mode", 1);
+    set(step, "redLimit", red);
+    set(step, "greenLimit", green);
+    set(step, "blueLimit", blue);
     return {step};
 }
 
