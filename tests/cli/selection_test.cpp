@@ -1,4 +1,4 @@
-// `velmont select` and `velmont apply --mask`.
+// `velmont select`, `velmont apply --mask`, and the commands that paint.
 
 #include "cli_test.h"
 #include <functional>
@@ -140,6 +140,109 @@ TEST_F(Mask, RefusesWhatDoesNotFit)
         run({"apply", "negative", "--mask", "none.png", "in.png", "-o", "out.png"}).err.find("none.png"),
         std::string::npos);
     EXPECT_EQ(files(), (std::vector<std::string>{"few.png", "in.png", "mask.png", "turned.png"}));
+}
+
+using Fill = SelectionCommand;
+using Gradient = SelectionCommand;
+using Shadow = SelectionCommand;
+using Stamp = SelectionCommand;
+
+TEST_F(Fill, PaintsFromAPixelOrBehindAMask)
+{
+    paint("in.png", 24, corner);
+    const auto filled = [](int x, int y) { return x < 3 && y < 2 ? 0x102030u : corner(x, y); };
+    expectSilence({"fill", "in.png", "--at", "1,0", "--color", "#102030", "-o", "out.png"});
+    expectPicture("out.png", filled);
+    expectSilence({"select", "in.png", "--at", "0,0", "-o", "mask.png"});
+    expectSilence({"fill", "in.png", "--mask", "mask.png", "--color", "#102030", "-o", "out.png", "--force"});
+    expectPicture("out.png", filled);
+    expectSilence({"fill", "in.png", "--at", "0,0", "--tolerance", "3", "--color", "#102030", "-o", "out.png",
+                   "--force"});
+    EXPECT_EQ(colourAt("out.png", 2, 1), corner(2, 1));
+    EXPECT_EQ(colourAt("out.png", 1, 1), 0x102030u);
+}
+
+TEST_F(Fill, RefusesWhatIsNotClear)
+{
+    paint("in.png", 24, corner);
+    const std::string either = "fill needs either --at, a pixel of what is to be filled, or --mask";
+    expectRefusal({"fill", "in.png", "-o", "out.png"}, 2, either);
+    expectRefusal({"fill", "in.png", "--at", "0,0", "--mask", "in.png", "-o", "out.png"}, 2, either);
+    expectRefusal({"fill", "in.png", "--mask", "in.png", "--tolerance", "3", "-o", "out.png"}, 2,
+                  "fill: --tolerance goes with --at");
+    EXPECT_EQ(run({"fill", "in.png", "--at", "0,0", "--color", "red", "-o", "out.png"}).exitCode, 2);
+}
+
+TEST_F(Gradient, RunsFromPointToPoint)
+{
+    paint("in.png", 24, corner);
+    expectSilence({"gradient", "in.png", "--from", "1,0", "--to", "5,0", "--share", "0", "--start-color",
+                   "#000000", "--end-color", "#6496c8", "-o", "out.png"});
+    // Four columns: halves of a quarter step are rounded away, 100 * j / 4 and so on.
+    expectPicture("out.png", [](int x, int) {
+        const int j = x - 1;
+        if (j <= 0)
+            return 0u;
+        if (j >= 4)
+            return 0x6496c8u;
+        return static_cast<uint32_t>((2 + j * 100) / 4) << 16 |
+               static_cast<uint32_t>((2 + j * 150) / 4) << 8 | static_cast<uint32_t>((2 + j * 200) / 4);
+    });
+    expectSilence(
+        {"gradient", "in.png", "--from", "0,0", "--to", "0,4", "--share", "0", "-o", "out.png", "--force"});
+    EXPECT_EQ(colourAt("out.png", 3, 0), 0x000000u) << "rows count from the top";
+    EXPECT_EQ(colourAt("out.png", 3, 4), 0xFFFFFFu);
+    for (const char *shape : {"line", "circle", "ellipse", "square", "rectangle"})
+        expectSilence({"gradient", "in.png", "--shape", shape, "--colors", "hsv", "--repeats", "2",
+                       "--repeat-mode", "sawtooth", "-o", "out.png", "--force"});
+}
+
+TEST_F(Gradient, RefusesWhatIsNotClear)
+{
+    paint("in.png", 24, corner);
+    expectRefusal({"gradient", "in.png", "--from", "0,0", "-o", "out.png"}, 2,
+                  "gradient needs both --from and --to, or neither");
+    expectRefusal({"gradient", "in.png", "--shape", "star", "-o", "out.png"}, 2,
+                  "gradient-fill: shape=star is not one of square, rectangle, ellipse, circle, line");
+    expectRefusal({"gradient", "in.png", "--from", "0,0", "--to", "0,1", "-o", "out.png"}, 5,
+                  "gradient-fill: in.png: no result: out of memory, or nothing to do");
+}
+
+TEST_F(Shadow, HasRoomOnACanvas)
+{
+    paint("in.png", 24, corner);
+    paint("mask.png", 8, [](int x, int y) { return x < 3 && y < 2 ? 255u : 0u; });
+    expectSilence({"shadow", "in.png", "--mask", "mask.png", "--offset", "2,3", "--color", "#00ff00",
+                   "--blur", "2", "--new-mask", "both.png", "-o", "out.png"});
+    const auto size = [&](const std::string &name) { return coloursOf(file(name)).size(); };
+    EXPECT_EQ(size("out.png"), (7u + 4) * (5u + 6));
+    EXPECT_EQ(size("both.png"), (7u + 4) * (5u + 6));
+    // The object lies in the corner that the shadow falls away from: its first pixel is the canvas's upper left one.
+    const auto canvas = coloursOf(file("out.png"));
+    EXPECT_EQ(canvas.at(10 * 11), 0x0A0A0Au);
+    EXPECT_EQ(canvas.at(10 * 11 + 10), 0x00FF00u);
+    EXPECT_EQ(coloursOf(file("both.png")).at(10 * 11), 0xFFFFFFu);
+    expectRefusal({"shadow", "in.png", "-o", "out.png", "--force"}, 2,
+                  "shadow needs --mask: which pixels throw it");
+    expectRefusal({"shadow", "in.png", "--mask", "mask.png", "--new-mask", "both.png", "-o", "other.png"}, 2,
+                  "both.png: exists already; pass --force to replace it");
+    EXPECT_EQ(run({"shadow", "in.png", "--mask", "mask.png", "--offset", "2000,0", "-o", "o.png"}).exitCode,
+              2);
+}
+
+TEST_F(Stamp, PrintsDarkPartsInItsColour)
+{
+    paint("in.png", 24, [](int, int) { return 0xC0C0C0u; });
+    io::Picture dark{io::DibHandle(CreateDib(4, 4, 24, 0, 0)), {}};
+    save(dark, file("stamp.png"));
+    expectSilence({"stamp", "in.png", "--stamp", "stamp.png", "--at", "1,2", "--size", "3x2", "--color",
+                   "#aa5500", "-o", "out.png"});
+    expectPicture("out.png",
+                  [](int x, int y) { return x >= 1 && x < 4 && y >= 2 && y < 4 ? 0xAA5500u : 0xC0C0C0u; });
+    expectRefusal({"stamp", "in.png", "--at", "0,0", "-o", "o.png"}, 2,
+                  "stamp needs --stamp FILE, --at and --size");
+    expectRefusal({"stamp", "in.png", "--stamp", "stamp.png", "--at", "0,0", "--size", "3x", "-o", "o.png"},
+                  2, "--size=3x: a stamp needs both sides");
 }
 
 } // namespace

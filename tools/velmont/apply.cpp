@@ -178,7 +178,9 @@ void runSteps(const fs::path &input, const StepsFor &stepsFor, const ApplyOption
     checkOutputs({options.output}, options.force);
     watchInterrupts();
     io::Picture picture = readInput(input);
-    runAndWrite(picture, input, stepsFor(picture.dib.get()), options);
+    const std::vector<Step> steps = stepsFor(picture.dib.get());
+    checkOutputs(outputsOf(steps, options), options.force);
+    runAndWrite(picture, input, steps, options);
 }
 
 } // namespace velmont::cli

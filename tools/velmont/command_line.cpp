@@ -50,6 +50,10 @@ struct Request {
     CropRequest crop;
     RotateRequest rotate;
     SelectRequest select;
+    FillRequest fill;
+    GradientRequest gradient;
+    ShadowRequest shadow;
+    StampRequest stamp;
 };
 
 /// Help with a usage line of its own.
@@ -95,6 +99,56 @@ CLI::App *addPictureCommand(CLI::App &app, Request &request, const std::string &
     command->add_option("INPUT", request.words, "The image");
     addOutputOptions(*command, request);
     return command;
+}
+
+/// An option that takes one word.
+void addWord(CLI::App &command, const std::string &name, std::optional<std::string> &word,
+             const std::string &type, const std::string &help)
+{
+    command.add_option(name, word, help)->type_name(type);
+}
+
+void definePaintingCommands(CLI::App &app, Request &request)
+{
+    CLI::App &fill = *addPictureCommand(app, request, "fill", "--at X,Y | --mask MASK",
+                                        "Paint connected pixels of similar colour, or a selection");
+    addWord(fill, "--at", request.fill.at, "X,Y", "One of the pixels, from the left and the top");
+    addWord(fill, "--mask", request.fill.mask, "FILE", "What is selected is bright here");
+    addWord(fill, "--color", request.fill.color, "COLOUR", "As #rrggbb");
+    addWord(fill, "--tolerance", request.fill.tolerance, "R,G,B",
+            "How far a channel may differ, 32 if not given");
+
+    CLI::App &gradient =
+        *addPictureCommand(app, request, "gradient", "[--from X,Y --to X,Y]", "Paint a ramp of colours");
+    addWord(gradient, "--from", request.gradient.from, "X,Y", "Its start or its centre");
+    addWord(gradient, "--to", request.gradient.to, "X,Y", "Its end or a corner");
+    addWord(gradient, "--shape", request.gradient.shape, "SHAPE",
+            "line, circle, ellipse, square or rectangle");
+    addWord(gradient, "--start-color", request.gradient.startColor, "COLOUR", "As #rrggbb");
+    addWord(gradient, "--end-color", request.gradient.endColor, "COLOUR", "As #rrggbb");
+    addWord(gradient, "--colors", request.gradient.colors, "MODE", "rgb or hsv, what the ramp runs through");
+    addWord(gradient, "--repeats", request.gradient.repeats, "N", "Bands before the end colour takes over");
+    addWord(gradient, "--repeat-mode", request.gradient.repeatMode, "MODE", "reflect or sawtooth");
+    addWord(gradient, "--share", request.gradient.share, "P", "Of the image in the result, in percent");
+
+    CLI::App &shadow = *addPictureCommand(app, request, "shadow", "--mask MASK",
+                                          "Put a cut-out on a canvas with its shadow");
+    addWord(shadow, "--mask", request.shadow.mask, "FILE", "What belongs to it is bright here");
+    addWord(shadow, "--offset", request.shadow.offset, "X,Y", "How far the shadow falls, right and down");
+    addWord(shadow, "--color", request.shadow.color, "COLOUR", "Of the shadow, as #rrggbb");
+    addWord(shadow, "--blur", request.shadow.blur, "N", "How soft its edge is, in pixels");
+    addWord(shadow, "--new-mask", request.shadow.newMask, "FILE", "Where to write the mask of both");
+
+    CLI::App &stamp = *addPictureCommand(app, request, "stamp", "--stamp FILE --at X,Y --size WxH",
+                                         "Print a picture in one colour");
+    addWord(stamp, "--stamp", request.stamp.stamp, "FILE", "What to print");
+    addWord(stamp, "--at", request.stamp.at, "X,Y", "Its upper left corner");
+    addWord(stamp, "--size", request.stamp.size, "WxH", "Of the print, in pixels");
+    addWord(stamp, "--color", request.stamp.color, "COLOUR", "Of the ink, as #rrggbb");
+    addWord(stamp, "--strength", request.stamp.strength, "P", "In percent");
+    addWord(stamp, "--polarity", request.stamp.polarity, "P",
+            "inverted: dark parts print; as-it-is: bright ones");
+    addWord(stamp, "--blend", request.stamp.blend, "B", "mixed by brightness, or hard");
 }
 
 void definePictureCommands(CLI::App &app, Request &request)
@@ -161,6 +215,7 @@ void defineCommands(CLI::App &app, Request &request)
     apply->add_option("--mask", request.mask, "Keep the image where this one is not bright")
         ->type_name("FILE");
     definePictureCommands(app, request);
+    definePaintingCommands(app, request);
 }
 
 template <typename... Pieces>
@@ -298,12 +353,37 @@ void runApply(Request &request)
     runApply(request.words, outputOptions(request));
 }
 
-/// Runs a command that makes one picture out of another.
-void runOnPicture(Request &request, std::string_view name, const StepsFor &stepsFor)
+/// A command that makes one picture out of another.
+struct PictureCommand {
+    const char *name;
+    std::vector<Step> (*steps)(const Request &request, void *dib);
+};
+
+constexpr PictureCommand kPictureCommands[] = {
+    {"resize", [](const Request &r, void *dib) { return resizeSteps(r.resize, dib); }},
+    {"crop", [](const Request &r, void *dib) { return cropSteps(r.crop, dib); }},
+    {"rotate", [](const Request &r, void *dib) { return rotateSteps(r.rotate, dib); }},
+    {"select", [](const Request &r, void *dib) { return selectSteps(r.select, dib); }},
+    {"fill", [](const Request &r, void *dib) { return fillSteps(r.fill, dib); }},
+    {"gradient", [](const Request &r, void *dib) { return gradientSteps(r.gradient, dib); }},
+    {"shadow", [](const Request &r, void *dib) { return shadowSteps(r.shadow, dib); }},
+    {"stamp", [](const Request &r, void *dib) { return stampSteps(r.stamp, dib); }},
+};
+
+/// \return false when none of these commands was given
+bool runPictureCommand(const CLI::App &app, Request &request)
 {
-    if (request.words.size() != 1)
-        refuse(name, " needs one image");
-    runSteps(request.words.front(), stepsFor, outputOptions(request));
+    for (const PictureCommand &command : kPictureCommands) {
+        if (!app.got_subcommand(command.name))
+            continue;
+        if (request.words.size() != 1)
+            refuse(command.name, " needs one image");
+        runSteps(
+            request.words.front(), [&](void *dib) { return command.steps(request, dib); },
+            outputOptions(request));
+        return true;
+    }
+    return false;
 }
 
 } // namespace
@@ -328,17 +408,10 @@ void runCommandLine(std::span<char *const> arguments)
         runList(request);
     else if (app.got_subcommand("histogram"))
         runHistogram(request);
-    else if (app.got_subcommand("resize"))
-        runOnPicture(request, "resize", [&](void *dib) { return resizeSteps(request.resize, dib); });
-    else if (app.got_subcommand("crop"))
-        runOnPicture(request, "crop", [&](void *dib) { return cropSteps(request.crop, dib); });
-    else if (app.got_subcommand("rotate"))
-        runOnPicture(request, "rotate", [&](void *dib) { return rotateSteps(request.rotate, dib); });
-    else if (app.got_subcommand("select"))
-        runOnPicture(request, "select", [&](void *dib) { return selectSteps(request.select, dib); });
-    else
+    else if (!runPictureCommand(app, request))
         refuse("usage: velmont list | info EFFECT | apply EFFECT ... INPUT -o OUTPUT | histogram INPUT | "
-               "resize | crop | rotate | select INPUT ... -o OUTPUT; \"velmont --help\" says more");
+               "resize | crop | rotate | select | fill | gradient | shadow | stamp INPUT ... -o OUTPUT; "
+               "\"velmont --help\" says more");
 }
 
 } // namespace velmont::cli

@@ -32,6 +32,12 @@ void setText(Step &step, std::string_view field, const std::optional<std::string
         storeValue(step.record.bytes.data(), *step.effect, *catalogue::findField(*step.effect, field), *text);
 }
 
+void setFile(Step &step, std::string_view operand, const std::optional<std::string> &file)
+{
+    if (file)
+        step.operands.push_back({catalogue::findOperand(*step.effect, operand), *file});
+}
+
 template <typename... Pieces>
 [[noreturn]] void refuse(const Pieces &...pieces)
 {
@@ -80,6 +86,23 @@ TypedSize wantedSize(const ResizeRequest &request, void *dib)
 bool canBeSmooth(void *dib)
 {
     return (catalogue::depthOf(dib) & (catalogue::Depth8Gray | catalogue::Depth24)) != 0;
+}
+
+/// What a magic selection starts from.
+void setMagic(Step &step, const std::string &place, const std::string &tolerance, void *dib)
+{
+    const TypedPoint at = parsePoint("--at", place);
+    const TypedSize size = sizeOf(dib);
+    if (at.x < 0 || at.y < 0 || at.x >= size.width || at.y >= size.height)
+        refuse("--at=", place, " lies outside the image, which is ", std::to_string(size.width), " x ",
+               std::to_string(size.height));
+    const auto [red, green, blue] = parseLevels("--tolerance", tolerance);
+    set(step, "x", at.x);
+    set(step, "y", at.y);
+    setText(step, "mode", "tolerance");
+    set(step, "redLimit", red);
+    set(step, "greenLimit", green);
+    set(step, "blueLimit", blue);
 }
 
 /// In pixels per metre.
@@ -159,19 +182,82 @@ std::vector<Step> selectSteps(const SelectRequest &request, void *dib)
 {
     if (!request.at)
         refuse("select needs --at: a pixel of what is to be selected");
-    const TypedPoint at = parsePoint("--at", *request.at);
-    const TypedSize size = sizeOf(dib);
-    if (at.x < 0 || at.y < 0 || at.x >= size.width || at.y >= size.height)
-        refuse("--at=", *request.at, " lies outside the image, which is ", std::to_string(size.width), " x ",
-               std::to_string(size.height));
-    const auto [red, green, blue] = parseLevels("--tolerance", request.tolerance);
     Step step = stepOf("magic-mask");
-    set(step, "x", at.x);
-    set(step, "y", at.y);
-    set(step, "mode", 1);
-    set(step, "redLimit", red);
-    set(step, "greenLimit", green);
-    set(step, "blueLimit", blue);
+    setMagic(step, *request.at, request.tolerance, dib);
+    return {step};
+}
+
+std::vector<Step> fillSteps(const FillRequest &request, void *dib)
+{
+    if (request.at.has_value() == request.mask.has_value())
+        refuse("fill needs either --at, a pixel of what is to be filled, or --mask");
+    if (request.mask && request.tolerance)
+        refuse("fill: --tolerance goes with --at");
+    Step step = stepOf(request.at ? "seed-fill" : "fill-color");
+    if (request.at)
+        setMagic(step, *request.at, request.tolerance.value_or("32"), dib);
+    setFile(step, "mask", request.mask);
+    setText(step, "color", request.color);
+    return {step};
+}
+
+std::vector<Step> gradientSteps(const GradientRequest &request, void *)
+{
+    if (request.from.has_value() != request.to.has_value())
+        refuse("gradient needs both --from and --to, or neither");
+    Step step = stepOf("gradient-fill");
+    if (request.from) {
+        const TypedPoint from = parsePoint("--from", *request.from), to = parsePoint("--to", *request.to);
+        set(step, "fromX", from.x);
+        set(step, "fromY", from.y);
+        set(step, "toX", to.x);
+        set(step, "toY", to.y);
+    }
+    setText(step, "shape", request.shape);
+    setText(step, "colorMode", request.colors);
+    setText(step, "repeatMode", request.repeatMode);
+    setText(step, "repeats", request.repeats);
+    setText(step, "sourcePercent", request.share);
+    setText(step, "color1", request.endColor);
+    setText(step, "color2", request.startColor);
+    return {step};
+}
+
+std::vector<Step> shadowSteps(const ShadowRequest &request, void *)
+{
+    if (!request.mask)
+        refuse("shadow needs --mask: which pixels throw it");
+    Step step = stepOf("shadow");
+    setFile(step, "alpha", request.mask);
+    setFile(step, "newAlpha", request.newMask);
+    if (request.offset) {
+        const TypedPoint offset = parsePoint("--offset", *request.offset);
+        setText(step, "offsetX", std::to_string(offset.x));
+        setText(step, "offsetY", std::to_string(offset.y));
+    }
+    setText(step, "color", request.color);
+    setText(step, "blur", request.blur);
+    return {step};
+}
+
+std::vector<Step> stampSteps(const StampRequest &request, void *)
+{
+    if (!request.stamp || !request.at || !request.size)
+        refuse("stamp needs --stamp FILE, --at and --size");
+    const TypedPoint at = parsePoint("--at", *request.at);
+    const TypedSize size = parseSize("--size", *request.size);
+    if (size.width == 0 || size.height == 0)
+        refuse("--size=", *request.size, ": a stamp needs both sides");
+    Step step = stepOf("stamp");
+    setFile(step, "stamp", request.stamp);
+    set(step, "left", at.x);
+    set(step, "top", at.y);
+    set(step, "width", size.width);
+    set(step, "height", size.height);
+    setText(step, "color", request.color);
+    setText(step, "strength", request.strength);
+    setText(step, "polarity", request.polarity);
+    setText(step, "blend", request.blend);
     return {step};
 }
 

@@ -1,7 +1,8 @@
 #pragma once
 
 /// \file
-/// `velmont resize`, `crop`, `rotate` and `select`: the effects that they come down to.
+/// `velmont resize`, `crop`, `rotate`, `select`, `fill`, `gradient`, `shadow` and `stamp`: the effects that they come
+/// down to.
 
 #include "chain.h"
 #include <optional>
@@ -37,11 +38,40 @@ struct SelectRequest {
     std::string tolerance = "32";  ///< "10" or "10,20,30"
 };
 
+/// For `velmont fill`: connected pixels of similar colour, or what a mask selects.
+struct FillRequest {
+    std::optional<std::string> at, mask, color;
+    std::optional<std::string> tolerance; ///< as for select
+};
+
+/// For `velmont gradient`. Without points it spans the picture.
+struct GradientRequest {
+    std::optional<std::string> from, to; ///< "10,20", both or neither
+    std::optional<std::string> shape, colors, repeatMode, repeats, startColor, endColor, share;
+};
+
+/// For `velmont shadow`.
+struct ShadowRequest {
+    std::optional<std::string> mask, newMask; ///< files
+    std::optional<std::string> offset;        ///< "8,8", to the right and downwards
+    std::optional<std::string> color, blur;
+};
+
+/// For `velmont stamp`.
+struct StampRequest {
+    std::optional<std::string> stamp; ///< a file
+    std::optional<std::string> at, size, color, strength, polarity, blend;
+};
+
 /// The steps that do it to this picture; none where it is to stay as it is.
 /// \throws Failure with ExitCode::Usage for what is not understood
 std::vector<Step> resizeSteps(const ResizeRequest &request, void *dib);
 std::vector<Step> cropSteps(const CropRequest &request, void *dib);
 std::vector<Step> rotateSteps(const RotateRequest &request, void *dib);
 std::vector<Step> selectSteps(const SelectRequest &request, void *dib);
+std::vector<Step> fillSteps(const FillRequest &request, void *dib);
+std::vector<Step> gradientSteps(const GradientRequest &request, void *dib);
+std::vector<Step> shadowSteps(const ShadowRequest &request, void *dib);
+std::vector<Step> stampSteps(const StampRequest &request, void *dib);
 
 } // namespace velmont::cli
