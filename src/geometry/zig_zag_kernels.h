@@ -36,6 +36,9 @@ void twistRunPlain(const Twist &twist, int first, int y, std::size_t count, Pixe
 void twistPartPlain(const Twist &twist, int first, int y, std::size_t count, std::size_t from, std::size_t to,
                     PixelPlaces &places, PixelPlaces &mirrored);
 #if defined(__x86_64__)
+/// What twistRunAvx2 turns by: the sine and cosine of four angles of up to 1000 radians, each within 2^-50. Its margin
+/// about the borders of pixels rests on that.
+void sineAndCosineAvx2(const double *angles, double *sines, double *cosines);
 /// For positive band widths, up to 2^20 pixels a side and angles up to 1000.
 void twistRunAvx2(const Twist &twist, int first, int y, std::size_t count, PixelPlaces &places,
                   PixelPlaces &mirrored);

@@ -82,6 +82,14 @@ void storeReversed(int32_t *to, __m128i places)
 
 } // namespace
 
+void sineAndCosineAvx2(const double *angles, double *sines, double *cosines)
+{
+    __m256d sine, cosine;
+    findSineAndCosine(_mm256_loadu_pd(angles), sine, cosine);
+    _mm256_storeu_pd(sines, sine);
+    _mm256_storeu_pd(cosines, cosine);
+}
+
 void twistRunAvx2(const Twist &twist, int first, int y, std::size_t count, PixelPlaces &places,
                   PixelPlaces &mirrored)
 {

@@ -23,7 +23,7 @@ bool storesPixels(const DibView &view, Access access)
 
 /// The effects' frame around work(to, from, pixels) on each row.
 template <typename Work>
-void *colorRows(void *dib, Access access, Work work)
+void *colorRows(void *dib, Access access, const Work &work)
 {
     ViewFrame frame(dib);
     if (!frame.serves({24}))

@@ -1,6 +1,8 @@
 // Zig-zag, magic mirror, ribbon, ripple and wrinkle.
 
+#include "core/cpu.h"
 #include "core/generator.h"
+#include "geometry/zig_zag_kernels.h"
 #include "platform/memory.h"
 #include "tests/effects/warp_testing.h"
 #include <algorithm>
@@ -475,6 +477,31 @@ TEST_F(Waves, ZigZagAsThePlainLoop)
             }
         }
 }
+
+#if defined(__x86_64__)
+// The margin within which the vector kernel leaves pixels to the plain loop rests on this.
+TEST_F(Waves, TheTurnsOfVectorsAreExactEnough)
+{
+    if (cpuLevel() < CpuLevel::Avx2)
+        GTEST_SKIP() << "no AVX2 here";
+    const auto expectExact = [](double angle) {
+        const double angles[4] = {angle, -angle, angle + 0.25, 1000 - angle};
+        double sines[4], cosines[4];
+        kernels::sineAndCosineAvx2(angles, sines, cosines);
+        for (std::size_t i = 0; i < 4; ++i) {
+            const long double exact = angles[i];
+            ASSERT_LE(std::abs(sines[i] - std::sin(exact)), 0x1p-50L) << angles[i];
+            ASSERT_LE(std::abs(cosines[i] - std::cos(exact)), 0x1p-50L) << angles[i];
+        }
+    };
+    for (int i = 0; i <= 200000; ++i)
+        expectExact(i * 0.00499);
+    // About the quarters and eighths of a turn, where the reduction changes.
+    for (int eighth = 0; eighth <= 1270; ++eighth)
+        for (const double aside : {-1e-3, -1e-9, 0.0, 1e-9, 1e-3})
+            expectExact(std::clamp(eighth * 0.78539816339744830962 + aside, 0.0, 999.5));
+}
+#endif
 
 TEST_F(Waves, ZigZagOfALineCopies)
 {
