@@ -178,8 +178,15 @@ TEST_F(Rotation, ExactEveryMeasureAsThePlainLoop)
 
 TEST_F(Rotation, ExactBeyondOneBand)
 {
-    for (const auto &[width, height] :
-         {std::pair{64, 64}, {65, 63}, {128, 33}, {150, 131}, {191, 17}, {9, 200}, {530, 37}, {1100, 18}})
+    for (const auto &[width, height] : {std::pair{64, 64},
+                                        {65, 63},
+                                        {128, 33},
+                                        {150, 131},
+                                        {191, 17},
+                                        {9, 200},
+                                        {512, 18},
+                                        {530, 37},
+                                        {1100, 18}})
         for (const Pieces &image : everyDepth(width, height))
             for (const int angle : {90, 180, 270})
                 for (const CpuLevel level : cpuLevels()) {
