@@ -41,9 +41,9 @@ VELMONT_API void *ProcessMaskOperation(void *maskA, void *maskB, int x, int y, i
 
 /// Takes the empty borders off a bit mask. Neither cursor nor progress nor abort is touched.
 /// \param mask consumed: use the result instead. Its header is not looked at; what of the size asked for lies behind
-/// its block counts as clear
-/// \param rect where the mask lies: its width and height are those of the mask. Null, or a width or height below 1,
-/// leaves everything as it is. Receives the place of the result, four zeros for none
+/// its block counts as clear. A block too small for a header and two colours is left as it is
+/// \param rect where the mask lies: its width and height are those of the mask. Null, or a width or height below 1 or
+/// above 2^31 - 1, leaves everything as it is. Receives the place of the result, four zeros for none
 /// \return a new mask; `mask` itself where there is nothing to take off, and without memory; 0 where no bit is set: the
 /// mask is freed then, too
 VELMONT_API void *BoundingMask(void *mask, tagRECT *rect);
@@ -51,7 +51,7 @@ VELMONT_API void *BoundingMask(void *mask, tagRECT *rect);
 /// Inverts a mask in place: all bytes of its rows, padding included. Bit masks and alpha masks are meant. The rows are
 /// looked for behind a palette of 2^bits colours, whatever biClrUsed says. Neither cursor nor progress nor abort is
 /// touched.
-/// \return 0; -2 for a bad handle, and where rows so found would end behind the block
+/// \return 0; -2 for a bad handle, a header that does not fit its block, and where rows so found would end behind it
 VELMONT_API int ProcessInvertMask(void *mask);
 
 // Fills
