@@ -149,7 +149,7 @@ TEST_F(Crop, FarAwayPlacesWrap)
 TEST_F(Crop, EverySmallSizeAgainstOnePixelAtATime)
 {
     for (int width = 1; width <= 40; ++width)
-        for (int height = 1; height <= 18; ++height) {
+        for (int height = 1; height <= 20; ++height) {
             const int n = width * 31 + height * 17;
             for (const Pieces &image :
                  {gray(1 + n % 11, 1 + n % 5, static_cast<uint32_t>(n)),
@@ -266,7 +266,7 @@ TEST_F(MaskCrop, ByHand)
 TEST_F(MaskCrop, EverySmallSizeAgainstOnePixelAtATime)
 {
     for (int width = 1; width <= 40; ++width)
-        for (int height = 1; height <= 18; ++height) {
+        for (int height = 1; height <= 20; ++height) {
             const int n = width * 31 + height * 17;
             const auto seed = static_cast<uint32_t>(n);
             const Pieces mask = maskOf(width, height, seed);

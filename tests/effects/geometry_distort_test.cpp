@@ -200,7 +200,7 @@ TEST_F(Distort, EverySmallSizeAgainstOnePixelAtATime)
 {
     const auto levels = cpuLevels();
     for (int width = 1; width <= 40; ++width)
-        for (int height = 1; height <= 18; ++height) {
+        for (int height = 1; height <= 20; ++height) {
             const auto seed = static_cast<uint32_t>(width * 50 + height);
             limitCpuLevel(levels[seed % levels.size()]);
             const Corners shapes[] = {anyCorners(width + 3, height + 3, seed),

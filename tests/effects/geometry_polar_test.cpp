@@ -269,7 +269,7 @@ TEST_F(PolarWarps, EverySmallSizeAgainstOnePixelAtATime)
 {
     const auto levels = cpuLevels();
     for (int width = 1; width <= 40; ++width)
-        for (int height = 1; height <= 18; ++height) {
+        for (int height = 1; height <= 20; ++height) {
             const auto seed = static_cast<uint32_t>(width * 50 + height);
             limitCpuLevel(levels[seed % levels.size()]);
             const Pieces images[] = {gray(width, height, seed), trueColor(width, height, seed)};

@@ -233,7 +233,7 @@ TEST_F(Resampling, EveryMeasureAsThePlainLoop)
     constexpr int kHeights[] = {1, 2, 3, 5, 9, 18, 36, 37};
     std::size_t next = 0;
     for (int width = 1; width <= 40; ++width)
-        for (int height = 1; height <= 18; ++height)
+        for (int height = 1; height <= 20; ++height)
             for (const Pieces &image : everyDepth(width, height)) {
                 const int newWidth = kWidths[next % std::size(kWidths)];
                 const int newHeight = kHeights[next++ % std::size(kHeights)];
@@ -298,7 +298,7 @@ TEST_F(Resampling, PartEveryMeasureAsThePlainLoop)
 {
     std::size_t next = 0;
     for (int width = 1; width <= 40; ++width)
-        for (int height = 1; height <= 18; ++height)
+        for (int height = 1; height <= 20; ++height)
             for (const Pieces &image : partDepths(width, height)) {
                 const Bytes choice = noise(6, static_cast<uint32_t>(++next));
                 const Part part{choice[0] % 30 - 12, choice[1] % 30 - 12, choice[2] % 50 + 1,

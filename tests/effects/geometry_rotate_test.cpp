@@ -164,7 +164,7 @@ TEST_F(Rotation, ExactByHand)
 TEST_F(Rotation, ExactEveryMeasureAsThePlainLoop)
 {
     for (int width = 1; width <= 40; ++width)
-        for (int height = 1; height <= 18; ++height)
+        for (int height = 1; height <= 20; ++height)
             for (const Pieces &image : everyDepth(width, height))
                 for (const int angle : {90, 180, 270}) {
                     const Bytes expected = exactTwin(image, angle);
@@ -356,7 +356,7 @@ TEST_F(Rotation, FreeEveryMeasureAsThePlainLoop)
 {
     std::size_t next = 0;
     for (int width = 1; width <= 40; ++width)
-        for (int height = 1; height <= 18; ++height)
+        for (int height = 1; height <= 20; ++height)
             for (const Pieces &image : everyDepth(width, height)) {
                 const int angle = kAngles[next++ % std::size(kAngles)];
                 const Bytes expected = freeTwin(image, angle, 0x804020);

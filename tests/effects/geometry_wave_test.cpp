@@ -87,7 +87,7 @@ protected:
         for (const CpuLevel level : cpuLevels()) {
             limitCpuLevel(level);
             for (int width = 1; width <= 40; ++width)
-                for (int height = 1; height <= 18; ++height)
+                for (int height = 1; height <= 20; ++height)
                     for (const Pieces &image : {gray(width, height), trueColor(width, height)})
                         ASSERT_NO_FATAL_FAILURE(check(image)) << width << " x " << height;
         }

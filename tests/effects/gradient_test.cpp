@@ -430,6 +430,9 @@ TEST(Gradient, HueRunsUpwards)
     // From 10 degrees to 5 the long way round: 188 in the middle.
     EXPECT_EQ(colorRow({.p2 = {2, 0}, .colorMode = 2, .color1 = 0x0015FF, .color2 = 0x002BFF}, 3),
               (Bytes{0, 43, 255, 255, 221, 0, 0, 21, 255}));
+    // From red to red there is no way to go.
+    EXPECT_EQ(colorRow({.p2 = {2, 0}, .colorMode = 2, .color1 = 0x0000FF, .color2 = 0x0000FF}, 3),
+              (Bytes{0, 0, 255, 0, 0, 255, 0, 0, 255}));
     // From 240 to 0 through 300.
     EXPECT_EQ(colorRow({.p2 = {2, 0}, .colorMode = 2, .color1 = 0x0000FF, .color2 = 0xFF0000}, 3),
               (Bytes{255, 0, 0, 255, 0, 255, 0, 0, 255}));
