@@ -21,8 +21,12 @@ public:
         const std::size_t all = place(count);
         for (std::size_t i = 0; i < bytes_ && i < all; ++i)
             first[i] = static_cast<uint8_t>(background_ >> 8 * i);
-        for (std::size_t done = bytes_; done < all; done *= 2)
-            std::memcpy(first + done, first, std::min(done, all - done));
+        // Doubled up to a length that stays in the nearest cache, and then laid down in pieces of that.
+        constexpr std::size_t kPiece = 3072;
+        for (std::size_t done = bytes_, piece; done < all; done += piece) {
+            piece = std::min({done, all - done, kPiece});
+            std::memcpy(first + done, first, piece);
+        }
     }
 
 private:

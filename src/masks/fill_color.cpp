@@ -11,26 +11,34 @@ namespace {
 
 constexpr FrameSteps kWithoutCursor{.waitCursor = false, .arrowCursor = false};
 
-/// Paints a row of the image by the row of the mask that lies on its columns from `begin` up to `end`.
+/// Makes a row of the result from the image's, painted by the row of the mask that lies on its columns from `begin` up
+/// to `end`.
 class MaskPainter {
 public:
     MaskPainter(const PixelRuns &paint, bool paintsSet) : paint_(paint), paintsSet_(paintsSet) {}
 
-    void paint(uint8_t *to, const uint8_t *mask, int64_t maskColumn, int64_t begin, int64_t end) const
+    void paint(uint8_t *to, const uint8_t *from, const uint8_t *mask, int64_t maskColumn, int64_t begin,
+               int64_t end) const
     {
         forMaskRuns(mask, maskColumn, maskColumn + end - begin, [&](int64_t first, int64_t last, bool isSet) {
-            if (isSet == paintsSet_)
-                paint_.fill(to, begin + first - maskColumn, last - first);
+            run(to, from, begin + first - maskColumn, last - first, isSet);
         });
     }
     /// What lies beside the mask counts as clear.
-    void paintBeside(uint8_t *to, int64_t begin, int64_t end) const
+    void paintBeside(uint8_t *to, const uint8_t *from, int64_t begin, int64_t end) const
     {
-        if (!paintsSet_)
-            paint_.fill(to, begin, end - begin);
+        run(to, from, begin, end - begin, false);
     }
 
 private:
+    void run(uint8_t *to, const uint8_t *from, int64_t column, int64_t count, bool isSet) const
+    {
+        if (isSet == paintsSet_)
+            paint_.fill(to, column, count);
+        else
+            paint_.copy(to, column, from, column, count);
+    }
+
     PixelRuns paint_;
     bool paintsSet_;
 };
@@ -63,17 +71,19 @@ void *ProcessFillColor(void *dib, void *mask, tagPOINT position, unsigned long c
     const MaskPainter painter(paintOf(source, color), inside != 0);
     const Overlap columns(position.x, bitMask->width(), source.width());
     const int64_t begin = position.x + columns.before, end = begin + columns.inside;
+    const std::size_t pixels = sampleBytes(source);
     for (const int y : frame.rows()) {
         uint8_t *const to = result.row(y);
-        std::memcpy(to, source.row(y), source.stride());
+        const uint8_t *const from = source.row(y);
+        std::memcpy(to + pixels, from + pixels, source.stride() - pixels);
         const int64_t maskRow = int64_t{y} - position.y;
         if (columns.inside == 0 || maskRow < 0 || maskRow >= bitMask->height()) {
-            painter.paintBeside(to, 0, source.width());
+            painter.paintBeside(to, from, 0, source.width());
             continue;
         }
-        painter.paintBeside(to, 0, begin);
-        painter.paint(to, bitMask->row(static_cast<int>(maskRow)), columns.before, begin, end);
-        painter.paintBeside(to, end, source.width());
+        painter.paintBeside(to, from, 0, begin);
+        painter.paint(to, from, bitMask->row(static_cast<int>(maskRow)), columns.before, begin, end);
+        painter.paintBeside(to, from, end, source.width());
     }
     const std::size_t done = source.layout().totalBytes();
     std::memcpy(result.block() + done, source.block() + done, source.blockBytes() - done);
