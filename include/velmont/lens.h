@@ -20,8 +20,8 @@ struct tagParamFlare {
 /// Depths: made for 24 bits; 8 bits are refused. Others are not refused: pixels are taken to be three bytes each from
 /// byte 40 on there too, so that no useful picture comes of it.
 /// The result is a copy of the whole image in which the light changes pixels inside the circles of the reflections and
-/// no others: hosts rely on it, and on reflections that are brighter than a byte holds wrapping around. Each run and
-/// each failure of one leaves one lock more on the image than it had; a refusal does not.
+/// no others, not even beside the light itself: hosts rely on it. Each run and each failure of one leaves one lock more
+/// on the image than it had; a refusal does not.
 VELMONT_API void *ProcessFlare(void *dib, tagParamFlare *param);
 
 /// The record of ProcessSunBurst.
@@ -36,6 +36,7 @@ struct tagParamSunburst {
 
 /// A star: a glowing centre, and spokes of random length whose colours drift at random. Draws seven numbers of the
 /// library's generator for each spoke, which it does not seed: the same state gives the same star.
-/// Depths: 24 bits and 8 bits; images of 256 colours or of no stated number are taken as gray, others store the first
-/// colour of the red that is wanted and 0 where there is none. Other depths are not refused but come out blank.
+/// Depths: 24 bits and 8 bits, where the star is painted over the red of a pixel's colour. What comes of it is stored as
+/// it is in images of 256 colours or of no stated number, in others as the first colour of that red, 0 without one.
+/// Other depths are not refused but come out blank.
 VELMONT_API void *ProcessSunBurst(void *dib, tagParamSunburst *param);

@@ -38,6 +38,13 @@ private:
     int half_;
 };
 
+/// The whole number at or below a value of 31 bits.
+int64_t floorOf(double value)
+{
+    const auto cut = static_cast<int64_t>(value);
+    return cut - (value < static_cast<double>(cut) ? 1 : 0);
+}
+
 /// Where pixels exchange: the ways along both axes, each shortened by the angle.
 class Exchange {
 public:
@@ -52,11 +59,11 @@ public:
 
     int64_t column(int x, const uint16_t *numbers) const
     {
-        return x + static_cast<int64_t>(std::floor(sines_[angle_(numbers[2])] * across_.wayOf(numbers[0])));
+        return x + floorOf(sines_[angle_(numbers[2])] * across_.wayOf(numbers[0]));
     }
     int64_t row(int y, const uint16_t *numbers) const
     {
-        return y + static_cast<int64_t>(std::floor(cosines_[angle_(numbers[2])] * up_.wayOf(numbers[1])));
+        return y + floorOf(cosines_[angle_(numbers[2])] * up_.wayOf(numbers[1]));
     }
 
 private:

@@ -164,8 +164,10 @@ public:
         const double distance = std::sqrt(u * u + v * v);
         // u comes first: angles are counted from the rows' direction upward.
         const double turn = (std::atan2(u, v) * 0.15915494309189535 + 0.51) * spokes_.count();
-        const double whole = std::floor(turn), way = turn - whole;
-        const int i = static_cast<int>(whole) % spokes_.count();
+        // From 0.01 to 1.01 turns, so that cutting rounds down, and the last hundredth starts anew.
+        const int whole = static_cast<int>(turn);
+        const double way = turn - whole;
+        const int i = whole < spokes_.count() ? whole : whole - spokes_.count();
         const int next = i + 1 < spokes_.count() ? i + 1 : 0;
         const double length = spokes_.length(i) * (1 - way) + spokes_.length(next) * way;
         const double weight = 0.9 / (distance + 0.001);

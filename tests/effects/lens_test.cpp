@@ -185,14 +185,21 @@ TEST_F(Lens, FlareByHand)
         EXPECT_EQ(pixelOf(image, x, 500), (Bytes{0, 0, 0})) << x;
 }
 
-TEST_F(Lens, FlareWrapsAround)
+TEST_F(Lens, FlareInTheMiddle)
 {
-    // As above, from 251: (255 - 251) * 0.054902 * 4 + 251 = 251.9; nothing wraps. A plate of strength 5 under a rim of
-    // strength 4 does: where all reflections lie in the middle some pixel is darker than it was.
+    // All reflections lie around the light: those of up to half the width let all of its rings be seen.
     const Pieces image = flat(160, 160, 100);
     const Bytes result = flareOf(image, 80, 80);
     EXPECT_EQ(result, flaredBytes(image, 80, 80));
-    Pieces white = flat(50, 40, 255);
+    Pieces rows = image;
+    rows.rows.assign(result.begin() + 40, result.end());
+    // The core alone has (255 - 100) * 239 / 255 + 100 = 245 there, which the others only brighten.
+    for (const uint8_t sample : pixelOf(rows, 80, 80))
+        EXPECT_GT(sample, 245);
+    // The widest circle has a radius of 80: the corners are as they were.
+    EXPECT_EQ(pixelOf(rows, 5, 5), (Bytes{100, 100, 100}));
+    // White cannot become brighter.
+    const Pieces white = flat(50, 40, 255);
     EXPECT_EQ(flareOf(white, 10, 10), white.bytes());
 }
 
@@ -479,6 +486,10 @@ TEST_F(Lens, SunBurstOfPalettes)
     const Pieces full = paletted(23, 11, 8, 256);
     const auto redOf256 = [&](uint8_t index) { return full.palette[4 * std::size_t{index} + 2]; };
     EXPECT_EQ(resultOf(full, sunBurst(star)), starOver(full, star, 1, redOf256, asItIs).bytes());
+    // Without a number the colours are looked for where the rows are.
+    const Pieces none = paletted(41, 30, 8, 0);
+    const auto redOfRows = [&](uint8_t index) { return none.rows[4 * std::size_t{index} + 2]; };
+    EXPECT_EQ(resultOf(none, sunBurst(star)), starOver(none, star, 1, redOfRows, asItIs).bytes());
     // Fewer: the first colour of that red, 0 without one.
     Pieces few = paletted(23, 11, 8, 200);
     for (uint8_t &index : few.rows)
