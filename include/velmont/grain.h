@@ -62,8 +62,8 @@ struct tagOldPhotoParam {
 /// and grain change no pixel.
 /// Hosts rely on what is odd here. Each run leaves one lock more on the image than it had, and two where the grain is
 /// the first step that gives an image. Border and grain poll and report at each row, after one another, and only the
-/// answer 1 ends their rows, which gives no 0. These blocks stay allocated, and nobody frees them: the image that the
-/// grain started from, with a lock, if it is not the source, and the grain itself; the image that the border started
-/// from; and where an image is too small for a border, or it cannot be made, a copy of it.
+/// answer 1 ends their rows, which gives no 0. Blocks stay allocated that nobody frees: the grain itself, and the image
+/// that it started from, which keeps a lock; the image that the border started from; and where an image is too small
+/// for a border, or it cannot be made, a copy of the image. The source is never one of them.
 /// Where there is no memory for a copy of the image or for the grain the result is 0, and none of them stays.
 VELMONT_API void *ProcessOldPhoto(void *dib, tagOldPhotoParam *param);
