@@ -14,6 +14,7 @@
 #include <benchmark/benchmark.h>
 #include <cstring>
 #include <string>
+#include <vector>
 #include <velmont/dib.h>
 #include <velmont/velmont.h>
 
@@ -87,12 +88,23 @@ void freeResults(const catalogue::Effect &effect, catalogue::Record &record)
             KelMemFree(made);
 }
 
+/// Frees what an effect leaves behind by its nature.
+void freeLeft(const catalogue::Effect &effect, const std::vector<void *> &before)
+{
+    if (effect.blocksLeft == 0)
+        return;
+    for (void *const block : memory_hooks::liveBlocks())
+        if (std::find(before.begin(), before.end(), block) == before.end())
+            KelMemFree(block);
+}
+
 void runEffect(benchmark::State &state, const catalogue::Effect &effect, unsigned depth, bool recycled)
 {
     memory_hooks::keepFreedBlocks(recycled);
     void *const dib = source(depth);
     catalogue::Record defaults = catalogue::defaultRecord(effect);
     const catalogue::FittedOperands operands(effect, defaults, dib);
+    const std::vector<void *> before = memory_hooks::liveBlocks();
     for (auto _ : state) {
         catalogue::Record record = defaults;
         void *const result = catalogue::apply(effect, dib, record);
@@ -103,6 +115,7 @@ void runEffect(benchmark::State &state, const catalogue::Effect &effect, unsigne
         if (result != dib)
             KelMemFree(result);
         freeResults(effect, record);
+        freeLeft(effect, before);
     }
     countPixels(state);
 }

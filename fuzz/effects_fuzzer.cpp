@@ -77,14 +77,16 @@ void freeAllBut(const std::vector<void *> &kept)
             KelMemFree(handle);
 }
 
-/// Sizes of results are held, so that a run fits the memory and the time that fuzzers have.
+/// Sizes of results and numbers of things are held, so that a run fits the memory and the time that fuzzers have.
 double held(const catalogue::Effect &effect, const catalogue::Field &field, double value)
 {
     const bool isResultSize = field.name == "newWidth" || field.name == "newHeight" ||
                               field.name == "width" || field.name == "height";
     // The result spans both masks, however far apart.
     const bool isDistance = effect.name == "mask-operation" && (field.name == "left" || field.name == "top");
+    const bool isCount = effect.name == "sun-burst" && field.name == "spokeCount";
     return isResultSize ? std::clamp(value, -1.0, 500.0)
+           : isCount    ? std::clamp(value, -1.0, 5000.0)
            : isDistance ? std::clamp(value, -500.0, 500.0)
                         : value;
 }
@@ -120,14 +122,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
         applyEffect(dib, effect, record, control);
     }
     KelMemFree(dib);
-    // A late refusal loses a locked block.
-    const long mayLose = effect.smallestSide > 1 ? 1 : 0;
+    // A late refusal loses a locked block, and a lock that else is left on the source may be on a block that is left.
+    const long mayLose = effect.smallestSide > 1 || (effect.locksLeft > 0 && effect.blocksLeft > 0) ? 1 : 0;
     const long mayLeave = effect.blocksLeft + (effect.usesCreateDib && control.failLock > 0 ? 1 : 0);
     const long lost = memory_hooks::counts().locks - before.locks;
     const long left = memory_hooks::counts().blocks - before.blocks - lost;
     if (lost < 0 || lost > mayLose || left < 0 || left > mayLeave)
         std::abort(); // something was lost
-    if (left > 0)
+    if (left + lost > 0)
         freeAllBut(blocksBefore);
     return 0;
 }

@@ -10,6 +10,8 @@
 #include <velmont/environment.h>
 #include <velmont/filters.h>
 #include <velmont/geometry.h>
+#include <velmont/grain.h>
+#include <velmont/lens.h>
 #include <velmont/masks.h>
 #include <velmont/memory.h>
 #include <velmont/platform.h>

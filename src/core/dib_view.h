@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <velmont/dib.h>
 
 namespace velmont {
@@ -44,6 +45,10 @@ public:
     /// \return 1; 0 when nothing was stored: no such entry, a depth
     /// other than 8 and 24, 24 bits with a palette.
     int SetPixel(int x, int y, uint32_t color);
+    /// At 8 bits: the colour value of an index, as GetPixel answers it.
+    uint32_t colorOf(uint8_t index) const;
+    /// At 8 bits: what SetPixel stores for a colour of this red; nothing where it stores nothing.
+    std::optional<uint8_t> indexOf(uint8_t red) const;
     /// The three bytes at 40 + rowBytes * y + 3 * x, the first one highest. For 24-bit blocks with a 40-byte
     /// header and no palette.
     uint32_t GetPixel24(int x, int y) const;

@@ -6,6 +6,8 @@
 #include <type_traits>
 #include <velmont/filters.h>
 #include <velmont/geometry.h>
+#include <velmont/grain.h>
+#include <velmont/lens.h>
 #include <velmont/tone.h>
 
 namespace {
@@ -73,9 +75,11 @@ constexpr std::array kEntries{
     Entry{25, pass<&ProcessUserFilter>},
     Entry{32, pass<&ProcessSketch>},
     Entry{33, pass<&ProcessAutoEnhance>},
+    Entry{34, pass<&ProcessFilmGrain>},
     Entry{35, pass<static_cast<Form<int>>(&ProcessSplash)>},
     Entry{36, pass<&ProcessRipple>},
     Entry{37, pass<static_cast<Form<tagParamWrinkle *>>(&ProcessWrinkle)>},
+    Entry{38, pass<&ProcessAddNoise>},
     Entry{39, pass<static_cast<Form<int>>(&ProcessMelting)>},
     Entry{40, pass<&ProcessOilPaint>},
     Entry{41, pass<&ProcessFishEye>},
@@ -100,7 +104,10 @@ constexpr std::array kEntries{
     Entry{73, pass<&ProcessUnsharpMask>},
     Entry{80, pass<&ProcessUnsharpMask>},
     Entry{81, pass<&ProcessUnsharpMask>},
+    Entry{1201, pass<&ProcessOldPhoto>},
     Entry{1202, pass<&ProcessColorBalance>},
+    Entry{4101, pass<&ProcessFlare>},
+    Entry{4201, pass<&ProcessSunBurst>},
     Entry{4301, pass<&ProcessMoonlight>},
     Entry{4302, pass<&ProcessAntique>},
     Entry{4303, pass<&ProcessWarm>},

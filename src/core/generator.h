@@ -3,6 +3,7 @@
 /// \file
 /// The library's random numbers. Effects depend on the exact stream, so it is never the C library's.
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 
@@ -14,5 +15,61 @@ int rand();
 void srand(uint32_t seed);
 /// The next `count` numbers, as so many calls of rand() give them.
 void drawNumbers(uint16_t *to, std::size_t count);
+/// Goes on as after so many calls of rand(), without making the numbers.
+void skipNumbers(uint64_t count);
+
+/// From one state of the generator to a later one: state * factor + term.
+struct GeneratorStep {
+    uint32_t factor, term;
+
+    constexpr uint32_t operator()(uint32_t from) const { return from * factor + term; }
+    /// This step, then the other one.
+    constexpr GeneratorStep then(const GeneratorStep &next) const
+    {
+        return {factor * next.factor, next(term)};
+    }
+};
+inline constexpr GeneratorStep kGeneratorStep{214013, 2531011};
+
+/// The number that a state stands for.
+constexpr uint32_t numberOf(uint32_t state)
+{
+    return state >> 16 & 0x7FFF;
+}
+
+/// The calling thread's stream in the hands of one loop, which draws as many numbers as it happens to need; the
+/// stream goes on behind them at the end of the scope.
+class NumberStream {
+public:
+    NumberStream();
+    ~NumberStream() { srand(state_); }
+    NumberStream(const NumberStream &) = delete;
+    NumberStream &operator=(const NumberStream &) = delete;
+
+    uint32_t next() { return numberOf(state_ = kGeneratorStep(state_)); }
+
+private:
+    uint32_t state_;
+};
+
+/// Brings numbers of the stream into 0 to range - 1 by their remainders, without dividing.
+class NumberRange {
+public:
+    /// \param range 1 or more; numbers stay as they are from 32768 on
+    explicit NumberRange(uint32_t range)
+        : range_(range < kNumbers ? range : kNumbers), shift_(15 + std::bit_width(range_ - 1)),
+          reciprocal_(((1u << shift_) + range_ - 1) / range_)
+    {
+    }
+    uint32_t range() const { return range_; }
+    uint32_t operator()(uint32_t number) const { return number - (number * reciprocal_ >> shift_) * range_; }
+
+private:
+    static constexpr uint32_t kNumbers = 1u << 15;
+
+    uint32_t range_;
+    int shift_;
+    uint32_t reciprocal_; ///< 2^shift / range, rounded up: its quotients of numbers below 2^15 are exact
+};
 
 } // namespace velmont

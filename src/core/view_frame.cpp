@@ -58,6 +58,23 @@ bool ViewFrame::serves(std::initializer_list<int> depths) const
 
 bool ViewFrame::begin(Contents contents)
 {
+    if (!allocate(contents))
+        return false;
+    open();
+    return true;
+}
+
+bool ViewFrame::beginWithCopy()
+{
+    if (!allocate(Contents::Overwritten))
+        return false;
+    result_->CopyAllFrom(&*source_);
+    dropPoll();
+    return true;
+}
+
+bool ViewFrame::allocate(Contents contents)
+{
     if (steps_.waitCursor)
         showWaitCursor();
     resultHandle_ = allocateBlock(KEL_MEM_MOVEABLE | KEL_MEM_ZERO, layout_->totalBytes(), contents);
@@ -65,20 +82,33 @@ bool ViewFrame::begin(Contents contents)
     if (resultHandle_ &&
         (contents == Contents::ZeroFilled || clearBytes(resultHandle_, layout_->pixelOffset)))
         result_.emplace(resultHandle_);
-    if (!result_ || !result_->header) {
-        result_.reset();
-        if (resultHandle_)
-            KelMemFree(std::exchange(resultHandle_, nullptr));
-        if (steps_.arrowCursor)
-            showArrowCursor();
-        source_.reset();
-        return false;
-    }
+    if (!result_ || !result_->header)
+        giveUp();
+    return result_.has_value();
+}
+
+void ViewFrame::open()
+{
     result_->CopyHeaderFrom(&*source_);
     result_->CopyPaletteFrom(&*source_);
+    dropPoll();
+}
+
+void ViewFrame::dropPoll() const
+{
     if (steps_.droppedPoll)
         AbortImageProcessing(); // its answer is dropped: hosts rely on the call
-    return true;
+}
+
+void *ViewFrame::giveUp()
+{
+    result_.reset();
+    if (resultHandle_)
+        KelMemFree(std::exchange(resultHandle_, nullptr));
+    if (steps_.arrowCursor)
+        showArrowCursor();
+    source_.reset();
+    return nullptr;
 }
 
 void *ViewFrame::finish()

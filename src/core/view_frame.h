@@ -30,10 +30,20 @@ public:
     /// the headers meanwhile.
     const DibLayout &layout() const { return *layout_; }
 
-    /// Wait cursor, a block of the source's GetTotalBytes, header and palette, one dropped poll. What lies
-    /// before the rows of the result is zero until then, whatever the contents are to be. On failure the
-    /// arrow cursor is shown, the source is unlocked and the effect returns 0.
+    /// Starts the work: allocate() and open(). On failure the arrow cursor is shown, the source is unlocked and the
+    /// effect returns 0.
     bool begin(Contents contents = Contents::ZeroFilled);
+    /// The same with a result that starts as a whole copy of the source.
+    bool beginWithCopy();
+    /// The first half of begin(): wait cursor and a block of the source's GetTotalBytes. What lies before its rows
+    /// is zero, whatever the contents are to be.
+    bool allocate(Contents contents);
+    /// The second half: header and palette, then the dropped poll.
+    void open();
+    /// Between the halves: ends an effect that could not have its scratch memory, in the way of a result that could
+    /// not be allocated.
+    /// \return null.
+    void *giveUp();
     DibView &result() { return *result_; }
 
     /// The rows of the source; an abort ends the range and the effect.
@@ -46,6 +56,8 @@ public:
     void *finish();
 
 private:
+    void dropPoll() const;
+
     FrameSteps steps_;
     std::optional<DibView> source_;
     std::optional<DibLayout> layout_; ///< nothing where it does not fit the block

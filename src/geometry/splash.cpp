@@ -1,7 +1,6 @@
 #include "core/generator.h"
 #include "geometry/cut_out_frame.h"
 #include "geometry/pixel_gather.h"
-#include <bit>
 #include <velmont/geometry.h>
 
 namespace velmont {
@@ -13,8 +12,7 @@ class Scatter {
 public:
     Scatter(const Dib &image, int amount)
         : lastColumn_(image.width() - 1), lastRow_(image.height() - 1),
-          range_(static_cast<uint32_t>(std::clamp(amount / 2, 1, 50) + 1)),
-          shift_(15 + std::bit_width(range_ - 1)), reciprocal_(((1u << shift_) + range_ - 1) / range_)
+          range_(static_cast<uint32_t>(std::clamp(amount / 2, 1, 50) + 1))
     {
     }
 
@@ -32,14 +30,11 @@ public:
 private:
     int32_t wayOf(uint32_t number) const
     {
-        const uint32_t quotient = number * reciprocal_ >> shift_;
-        return static_cast<int32_t>((range_ >> 1) - (number - quotient * range_));
+        return static_cast<int32_t>((range_.range() >> 1) - range_(number));
     }
 
     int lastColumn_, lastRow_;
-    uint32_t range_;
-    int shift_;
-    uint32_t reciprocal_; ///< 2^shift / range, rounded up: its quotients of numbers below 2^15 are exact
+    NumberRange range_;
 };
 
 /// Row by row and run by run: run(y, first, places, count).

@@ -89,4 +89,52 @@ TEST(GeneratorTest, EachThreadHasItsOwnStream)
     EXPECT_EQ(numbers, alone);
 }
 
+TEST(GeneratorTest, SkippedNumbersAreAsGoodAsDrawn)
+{
+    for (const uint64_t count : {0, 1, 2, 3, 15, 16, 17, 1000, 65537}) {
+        velmont::srand(99);
+        skipNumbers(count);
+        const int next = velmont::rand();
+        velmont::srand(99);
+        draw(static_cast<int>(count));
+        EXPECT_EQ(velmont::rand(), next) << count;
+    }
+    // After 2^32 numbers the stream starts again.
+    velmont::srand(7);
+    skipNumbers((uint64_t{1} << 32) + 3);
+    const int next = velmont::rand();
+    velmont::srand(7);
+    EXPECT_EQ(draw(4).back(), next);
+}
+
+TEST(GeneratorTest, AStreamDrawsAndGivesBack)
+{
+    velmont::srand(5);
+    const std::vector<int> expected = draw(7);
+    velmont::srand(5);
+    {
+        NumberStream stream;
+        for (int i = 0; i < 6; ++i)
+            EXPECT_EQ(static_cast<int>(stream.next()), expected[static_cast<std::size_t>(i)]);
+    }
+    {
+        const NumberStream unused;
+    }
+    EXPECT_EQ(velmont::rand(), expected[6]);
+}
+
+TEST(GeneratorTest, RangesAreRemainders)
+{
+    for (const uint32_t range :
+         {1u,  2u,   3u,   5u,    6u,    7u,     9u,     50u,    51u,    63u,    64u,   65u,
+          99u, 100u, 127u, 1000u, 4097u, 16383u, 16384u, 16385u, 32766u, 32767u, 32768u}) {
+        const NumberRange remainder(range);
+        EXPECT_EQ(remainder.range(), range);
+        for (uint32_t number = 0; number < 32768; ++number)
+            ASSERT_EQ(remainder(number), number % range) << range;
+    }
+    EXPECT_EQ(NumberRange(40000)(32767), 32767u);
+    EXPECT_EQ(NumberRange(UINT32_MAX)(12345), 12345u);
+}
+
 } // namespace velmont::testing

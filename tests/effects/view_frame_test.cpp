@@ -313,6 +313,58 @@ TEST_F(ViewFrameTest, HostsThatThrowLoseNothing)
     EXPECT_EQ(memory_hooks::locksOn(source), 0);
 }
 
+/// A copy of the whole block.
+void *keepAll(void *dib)
+{
+    ViewFrame frame(dib);
+    if (!frame.hasPixels() || !frame.beginWithCopy())
+        return nullptr;
+    for ([[maybe_unused]] const int y : frame.rows()) {
+    }
+    return frame.finish();
+}
+
+TEST_F(ViewFrameTest, StartsWithACopy)
+{
+    for (const auto &source : {noiseImage(5, 3, 24, 0), noiseImage(5, 3, 8, 256), noiseImage(5, 3, 8, 9),
+                               noiseImage(5, 3, 4, 16), noiseImage(5, 3, 1, 2), noiseImage(5, 3, 32, 0)}) {
+        RecordingHost host;
+        const Handle result(keepAll(source));
+        ASSERT_NE(static_cast<void *>(result), nullptr);
+        EXPECT_EQ(bytesOf(result), bytesOf(source));
+        EXPECT_EQ(host.events, (Events{"wait", "poll", "poll", "0%", "poll", "poll", "100%", "arrow"}));
+        host.events.clear();
+        memory_hooks::failAllocation(1);
+        EXPECT_EQ(keepAll(source), nullptr);
+        EXPECT_EQ(host.events, (Events{"wait", "arrow"}));
+        EXPECT_EQ(memory_hooks::locksOn(source), 0);
+    }
+}
+
+TEST_F(ViewFrameTest, OnlyACopyKnowsItsPalette)
+{
+    // The view on the result looks at the palette as its header comes: it is still black then, or there already.
+    const Handle source = noiseImage(5, 3, 8, 256);
+    ViewFrame black(source), copied(source);
+    ASSERT_TRUE(black.begin() && copied.beginWithCopy());
+    EXPECT_EQ(black.source().isGray, 0);
+    EXPECT_EQ(black.result().isGray, 1);
+    EXPECT_EQ(copied.result().isGray, 0);
+}
+
+TEST_F(ViewFrameTest, GivesUpBetweenTheHalves)
+{
+    const Handle source = grayNoise(5, 3);
+    RecordingHost host;
+    {
+        ViewFrame frame(source);
+        ASSERT_TRUE(frame.serves({8}) && frame.allocate(Contents::ZeroFilled));
+        EXPECT_EQ(frame.giveUp(), nullptr);
+        EXPECT_EQ(memory_hooks::locksOn(source), 0);
+    }
+    EXPECT_EQ(host.events, (Events{"wait", "arrow"}));
+}
+
 } // namespace
 
 } // namespace velmont::testing

@@ -1,0 +1,63 @@
+#include "artistic/level_tables.h"
+#include "artistic/noise_kernels.h"
+#include "core/clock.h"
+#include <algorithm>
+#include <velmont/grain.h>
+
+namespace velmont {
+
+namespace {
+
+/// Numbers drawn for a pixel.
+constexpr std::size_t kNumbers = 4;
+
+/// Rows of samples or of indices, which the tables are for.
+void addNoise(ViewFrame &frame, double amount)
+{
+    const FrameRows rows(frame);
+    const bool isColor = rows.layout.bitCount == 24;
+    const LevelTables tables(frame);
+    const NoiseKernels kernels = noiseKernels();
+    const auto width = static_cast<std::size_t>(rows.layout.width);
+    for (int y = 0; y < rows.layout.height; ++y)
+        for (std::size_t x = 0; x < width; x += kNoiseRun) {
+            const std::size_t pixels = std::min(kNoiseRun, width - x);
+            uint16_t numbers[kNumbers * kNoiseRun];
+            drawNumbers(numbers, kNumbers * pixels);
+            if (isColor) {
+                kernels.brighten(rows.result(y) + 3 * x, rows.source(y) + 3 * x, numbers, pixels, 3, amount);
+                continue;
+            }
+            uint8_t levels[kNoiseRun], noisy[kNoiseRun];
+            for (std::size_t i = 0; i < pixels; ++i)
+                levels[i] = tables.levelOf(rows.source(y)[x + i]);
+            kernels.brighten(noisy, levels, numbers, pixels, 1, amount);
+            for (std::size_t i = 0; i < pixels; ++i)
+                tables.store(rows.result(y) + x + i, noisy[i]);
+        }
+}
+
+} // namespace
+
+} // namespace velmont
+
+using namespace velmont;
+
+void *ProcessNoisify(void *dib, tagNoisifyParam *param)
+{
+    if (!dib || !param)
+        return nullptr;
+    for (double *const value : {&param->amount, &param->reserved[0], &param->reserved[1]})
+        *value = std::clamp(*value, 0.0, 1.0);
+    ViewFrame frame(dib, kSilent);
+    if (!frame.hasPixels() || !frame.beginWithCopy())
+        return nullptr;
+    velmont::srand(clockSeconds());
+    const DibLayout &layout = frame.layout();
+    if (storesPixels(frame))
+        addNoise(frame, param->amount);
+    else // the numbers are drawn all the same
+        skipNumbers(kNumbers * uint64_t{static_cast<uint32_t>(layout.width)} *
+                    static_cast<uint32_t>(layout.height));
+    return frame.finish();
+}
