@@ -121,7 +121,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
     }
     KelMemFree(dib);
     // A late refusal loses a locked block.
-    const long mayLose = effect.smallestSide > 1 ? 1 : 0;
+    const long mayLose = effect.smallestSide > 1 || effect.losesRefused ? 1 : 0;
     const long mayLeave = effect.blocksLeft + (effect.usesCreateDib && control.failLock > 0 ? 1 : 0);
     const long lost = memory_hooks::counts().locks - before.locks;
     const long left = memory_hooks::counts().blocks - before.blocks - lost;

@@ -1,0 +1,251 @@
+#include "core/generator.h"
+#include "core/scratch_block.h"
+#include "filters/sample_frame.h"
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdlib>
+#include <cstring>
+#include <velmont/atmosphere.h>
+
+namespace velmont {
+
+namespace {
+
+constexpr int kMostDensity = 20;
+/// Neighbours that differ by more make a ray.
+constexpr int kTransition = 10;
+constexpr int kRaySteps = 10;
+constexpr std::size_t kDirections = 4;
+
+struct Direction {
+    int dx, dy;
+};
+constexpr std::array<Direction, kDirections> kWays{{{0, 1}, {0, -1}, {1, 0}, {-1, 0}}};
+
+bool insideImage(int64_t row, int64_t column, int64_t width, int64_t height)
+{
+    return row >= 0 && row < height && column >= 0 && column < width;
+}
+
+/// The drops on the glass: 800 lines of ten, taken in turn by the steps of all rays, of which step i looks at drop i of
+/// its line. They are kept by rays: those that a ray meets which starts at a line.
+class Drops {
+public:
+    static constexpr int kLines = 800;
+
+    /// Draws where they fall: two numbers each. The last lines stay dry; hosts rely on it.
+    Drops()
+    {
+        constexpr int kDrops = 1200;
+        NumberStream numbers;
+        for (int i = 0; i < kDrops; ++i) {
+            const int place = numbers.next() % 99 / 10, line = numbers.next() % 7200 / 10;
+            const auto ray = static_cast<std::size_t>((line - place + kLines) % kLines);
+            float &weight = weights_[ray][static_cast<std::size_t>(place)];
+            weight = static_cast<float>(weight + 0.2);
+            weight = weight > 1.0 ? 1.0f : weight;
+            wet_[ray] = static_cast<uint16_t>(wet_[ray] | 1 << place);
+        }
+    }
+
+    /// The steps that meet a drop as bits.
+    unsigned wetSteps(int line) const { return wet_[static_cast<std::size_t>(line)]; }
+    float weight(int line, int step) const
+    {
+        return weights_[static_cast<std::size_t>(line)][static_cast<std::size_t>(step)];
+    }
+
+private:
+    std::array<std::array<float, kRaySteps>, kLines> weights_{};
+    std::array<uint16_t, kLines> wet_{};
+};
+
+/// What a sample becomes by a drop's share of another one.
+uint8_t mixed(int sample, int with, double weight)
+{
+    return static_cast<uint8_t>((with - sample) * weight + sample);
+}
+
+/// A ray that starts at a transition.
+struct Ray {
+    const uint8_t *pixel; ///< whose samples are dragged
+    uint8_t *start;       ///< where they go to, in the result
+    std::ptrdiff_t stride;
+    int steps;
+    std::array<std::ptrdiff_t, 2> sides;
+    std::array<bool, 2> hasSide; ///< inside the picture, all along
+};
+
+class Glass {
+public:
+    Glass(const Dib &source, Dib &result)
+        : source_(source), result_(result), channels_(samplesPerPixel(source)),
+          strides_{static_cast<std::ptrdiff_t>(source.stride()), -static_cast<std::ptrdiff_t>(source.stride()),
+                   static_cast<std::ptrdiff_t>(channels_), -static_cast<std::ptrdiff_t>(channels_)}
+    {
+    }
+
+    /// The rays of one row, pixel by pixel and way by way. `ways` is scratch for a row's samples.
+    void row(int y, uint8_t *ways)
+    {
+        markWays(y, ways);
+        NumberStream numbers;
+        for (int x = 0; x < source_.width(); ++x) {
+            unsigned marked = 0;
+            for (std::size_t channel = 0; channel < channels_; ++channel)
+                marked |= ways[static_cast<std::size_t>(x) * channels_ + channel];
+            for (; marked != 0; marked &= marked - 1)
+                drag(numbers, x, y, static_cast<std::size_t>(std::countr_zero(marked)));
+        }
+    }
+
+private:
+    /// A bit for each way on which a sample meets a transition, for each sample by itself.
+    void markWays(int y, uint8_t *__restrict ways) const
+    {
+        const uint8_t *const row = source_.row(y);
+        const std::size_t bytes = sampleBytes(source_);
+        std::memset(ways, 0, bytes);
+        for (std::size_t way = 0; way < kDirections; ++way) {
+            const bool isLevel = kWays[way].dy == 0;
+            if (!isLevel && !insideImage(y + kWays[way].dy, 0, source_.width(), source_.height()))
+                continue;
+            const std::size_t first = kWays[way].dx < 0 ? channels_ : 0;
+            const std::size_t end = kWays[way].dx > 0 ? bytes - channels_ : bytes;
+            const uint8_t *const other = row + strides_[way];
+            for (std::size_t i = first; i < end; ++i)
+                ways[i] = static_cast<uint8_t>(ways[i] |
+                                               (std::abs(row[i] - other[i]) > kTransition ? 1 << way : 0));
+        }
+    }
+    /// The largest difference of the channels; of equal ones the first's.
+    int transition(const uint8_t *pixel, std::size_t way) const
+    {
+        int largest = 0;
+        for (std::size_t channel = 0; channel < channels_; ++channel) {
+            const int difference = pixel[channel] - pixel[channel + static_cast<std::size_t>(strides_[way])];
+            if (std::abs(difference) > std::abs(largest))
+                largest = difference;
+        }
+        return largest;
+    }
+    int stepsInside(int x, int y, std::size_t way) const
+    {
+        const auto [dx, dy] = kWays[way];
+        const int rest = dy > 0 ? source_.height() - y : dy < 0 ? y + 1 : dx > 0 ? source_.width() - x : x + 1;
+        return std::min(kRaySteps, rest);
+    }
+    Ray rayFrom(int x, int y, std::size_t way) const
+    {
+        const std::size_t offset = static_cast<std::size_t>(x) * channels_;
+        Ray ray{source_.row(y) + offset, result_.row(y) + offset, strides_[way], stepsInside(x, y, way), {}, {}};
+        for (std::size_t side = 0; side < 2; ++side) {
+            const std::size_t aside = way < 2 ? 2 + side : side;
+            ray.sides[side] = strides_[aside];
+            ray.hasSide[side] =
+                insideImage(int64_t{y} + kWays[aside].dy, int64_t{x} + kWays[aside].dx, source_.width(),
+                            source_.height());
+        }
+        return ray;
+    }
+
+    void drag(NumberStream &numbers, int x, int y, std::size_t way)
+    {
+        const Ray ray = rayFrom(x, y, way);
+        if (transition(ray.pixel, way) >= 0)
+            follow(ray, channels_ * static_cast<std::size_t>(ray.hasSide[0] + ray.hasSide[1]), numbers,
+                   [&](std::size_t side) { return ray.hasSide[side] && numbers.next() % 10 > 1; });
+        else // toward light, sides outside the picture draw too, and other odds hold: hosts rely on both
+            follow(ray, channels_ * 2, numbers,
+                   [&](std::size_t side) { return numbers.next() % 10 > 2 && ray.hasSide[side]; });
+    }
+    /// Each step takes the next line of drops and draws `draws` numbers. Where there is no drop nothing moves.
+    template <typename Spreads>
+    void follow(const Ray &ray, std::size_t draws, NumberStream &numbers, Spreads spreads)
+    {
+        int from = 0;
+        for (unsigned wet = drops_.wetSteps(line_) & ((1u << ray.steps) - 1); wet != 0; wet &= wet - 1) {
+            const int step = std::countr_zero(wet);
+            numbers.skip(draws * static_cast<std::size_t>(step - from));
+            drop(ray, step, spreads);
+            from = step + 1;
+        }
+        numbers.skip(draws * static_cast<std::size_t>(ray.steps - from));
+        line_ = (line_ + ray.steps) % Drops::kLines;
+    }
+    template <typename Spreads>
+    void drop(const Ray &ray, int step, Spreads spreads)
+    {
+        const double weight = drops_.weight(line_, step);
+        for (std::size_t channel = 0; channel < channels_; ++channel) {
+            uint8_t *const sample = ray.start + step * ray.stride + channel;
+            const int dragged = ray.pixel[channel];
+            *sample = mixed(*sample, dragged, weight);
+            for (std::size_t side = 0; side < 2; ++side)
+                if (spreads(side)) {
+                    uint8_t *const beside = sample + ray.sides[side];
+                    *beside = mixed(*beside, dragged, weight);
+                }
+        }
+    }
+
+    const Dib &source_;
+    Dib &result_;
+    std::size_t channels_;
+    std::array<std::ptrdiff_t, kDirections> strides_;
+    Drops drops_;
+    int line_ = 0; ///< of the drops that the next step takes
+};
+
+std::array<uint8_t, 256> darkened(int density)
+{
+    std::array<uint8_t, 256> table;
+    for (int level = 0; level < 256; ++level)
+        table[static_cast<std::size_t>(level)] = static_cast<uint8_t>(level - level / (60.0 / density));
+    return table;
+}
+
+} // namespace
+
+} // namespace velmont
+
+using namespace velmont;
+
+void *ProcessSmokedGlass(void *dib, tagSmokedGlassParam *param)
+{
+    if (!param)
+        return nullptr;
+    EffectFrame frame(dib);
+    const std::optional<Dib> source = withRowsBehindAllColors(frame, {8, 24});
+    if (!source)
+        return nullptr;
+    ResultPlan plan = planOnSamples(*source);
+    plan.flags = 0;
+    if (!frame.allocate(plan))
+        return nullptr;
+    if (param->density < 1 || param->density > kMostDensity) {
+        frame.abandon();
+        return dib; // the image itself, and all left as it stands: hosts rely on it
+    }
+    const std::size_t bytes = sampleBytes(*source);
+    ScratchBlock scratch(bytes);
+    if (!scratch.bytes())
+        return frame.giveUp();
+    for (int y = 0; y < source->height(); ++y)
+        std::memcpy(frame.result().row(y), source->row(y), bytes);
+    Glass glass(*source, frame.result());
+    frame.open(plan.headerBytes);
+    for (int y : frame.rows())
+        glass.row(y, scratch.bytes());
+    const std::array<uint8_t, 256> table = darkened(param->density);
+    const TableRow darken = tableRow();
+    for (int y = 0; y < source->height() && !frame.isAborted(); ++y) {
+        uint8_t *const row = frame.result().row(y);
+        darken(scratch.bytes(), row, bytes, table.data());
+        std::memcpy(row, scratch.bytes(), bytes);
+        frame.clearPadding(y);
+    }
+    scratch.release();
+    return frame.finish();
+}
