@@ -35,9 +35,9 @@ public:
           bandExponent_(static_cast<float>(1 - param.band * kSixtieth)), gain_(param.band * 10.0 + 255),
           slope_(param.band * 0.06)
     {
-        const auto [low, high] = std::minmax(power(0), power(largest));
-        low_ = static_cast<float>(low);
-        high_ = static_cast<float>(high);
+        const int32_t ofNone = power(0), ofMost = power(largest);
+        low_ = static_cast<float>(std::min(ofNone, ofMost));
+        high_ = static_cast<float>(std::max(ofNone, ofMost));
         unit_ = std::pow(double{high_} - low_, bandExponent_);
     }
 

@@ -28,6 +28,26 @@ bool insideImage(int64_t row, int64_t column, int64_t width, int64_t height)
     return row >= 0 && row < height && column >= 0 && column < width;
 }
 
+/// A drop's share of what is dragged over it. Shares are floats of which 2^-26 is a part of each, so that integers give
+/// exactly what double precision does.
+using Weight = int64_t;
+constexpr int kWeightBits = 26;
+
+constexpr Weight weightOf(float share)
+{
+    return static_cast<Weight>(share * double{1 << kWeightBits});
+}
+constexpr double share(Weight weight)
+{
+    return static_cast<double>(weight) / (1 << kWeightBits);
+}
+
+/// A sample mixed with another one. A weight of 0 leaves it.
+void mix(uint8_t &sample, int with, Weight weight)
+{
+    sample = static_cast<uint8_t>(((int64_t{sample} << kWeightBits) + (with - sample) * weight) >> kWeightBits);
+}
+
 /// The drops on the glass: 800 lines of ten, taken in turn by the steps of all rays, of which step i looks at drop i of
 /// its line. They are kept by rays: those that a ray meets which starts at a line.
 class Drops {
@@ -42,30 +62,23 @@ public:
         for (int i = 0; i < kDrops; ++i) {
             const int place = numbers.next() % 99 / 10, line = numbers.next() % 7200 / 10;
             const auto ray = static_cast<std::size_t>((line - place + kLines) % kLines);
-            float &weight = weights_[ray][static_cast<std::size_t>(place)];
-            weight = static_cast<float>(weight + 0.2);
-            weight = weight > 1.0 ? 1.0f : weight;
+            Weight &weight = weights_[ray][static_cast<std::size_t>(place)];
+            weight = weightOf(std::min(1.0f, static_cast<float>(share(weight) + 0.2)));
             wet_[ray] = static_cast<uint16_t>(wet_[ray] | 1 << place);
         }
     }
 
     /// The steps that meet a drop as bits.
     unsigned wetSteps(int line) const { return wet_[static_cast<std::size_t>(line)]; }
-    float weight(int line, int step) const
+    Weight weight(int line, int step) const
     {
         return weights_[static_cast<std::size_t>(line)][static_cast<std::size_t>(step)];
     }
 
 private:
-    std::array<std::array<float, kRaySteps>, kLines> weights_{};
+    std::array<std::array<Weight, kRaySteps>, kLines> weights_{};
     std::array<uint16_t, kLines> wet_{};
 };
-
-/// What a sample becomes by a drop's share of another one.
-uint8_t mixed(int sample, int with, double weight)
-{
-    return static_cast<uint8_t>((with - sample) * weight + sample);
-}
 
 /// A ray that starts at a transition.
 struct Ray {
@@ -75,6 +88,11 @@ struct Ray {
     int steps;
     std::array<std::ptrdiff_t, 2> sides;
     std::array<bool, 2> hasSide; ///< inside the picture, all along
+    /// Beside the ray a drop spreads where a number of ten is above this.
+    int dryNumbers;
+    bool drawsOutside; ///< numbers for sides outside the picture too
+
+    std::size_t draws() const { return drawsOutside ? 2 : std::size_t{hasSide[0]} + hasSide[1]; }
 };
 
 class Glass {
@@ -96,7 +114,7 @@ public:
             for (std::size_t channel = 0; channel < channels_; ++channel)
                 marked |= ways[static_cast<std::size_t>(x) * channels_ + channel];
             for (; marked != 0; marked &= marked - 1)
-                drag(numbers, x, y, static_cast<std::size_t>(std::countr_zero(marked)));
+                follow(rayFrom(x, y, static_cast<std::size_t>(std::countr_zero(marked))), numbers);
         }
     }
 
@@ -139,54 +157,49 @@ private:
     Ray rayFrom(int x, int y, std::size_t way) const
     {
         const std::size_t offset = static_cast<std::size_t>(x) * channels_;
-        Ray ray{source_.row(y) + offset, result_.row(y) + offset, strides_[way], stepsInside(x, y, way), {}, {}};
+        Ray ray{source_.row(y) + offset, result_.row(y) + offset, strides_[way], stepsInside(x, y, way), {}, {}, 1, false};
         for (std::size_t side = 0; side < 2; ++side) {
             const std::size_t aside = way < 2 ? 2 + side : side;
             ray.sides[side] = strides_[aside];
-            ray.hasSide[side] =
-                insideImage(int64_t{y} + kWays[aside].dy, int64_t{x} + kWays[aside].dx, source_.width(),
-                            source_.height());
+            ray.hasSide[side] = insideImage(int64_t{y} + kWays[aside].dy, int64_t{x} + kWays[aside].dx,
+                                            source_.width(), source_.height());
+        }
+        if (transition(ray.pixel, way) < 0) { // toward light: hosts rely on other odds and draws
+            ray.dryNumbers = 2;
+            ray.drawsOutside = true;
         }
         return ray;
     }
 
-    void drag(NumberStream &numbers, int x, int y, std::size_t way)
+    /// Each step takes the next line of drops and draws its numbers. Where there is no drop nothing moves.
+    void follow(const Ray &ray, NumberStream &numbers)
     {
-        const Ray ray = rayFrom(x, y, way);
-        if (transition(ray.pixel, way) >= 0)
-            follow(ray, channels_ * static_cast<std::size_t>(ray.hasSide[0] + ray.hasSide[1]), numbers,
-                   [&](std::size_t side) { return ray.hasSide[side] && numbers.next() % 10 > 1; });
-        else // toward light, sides outside the picture draw too, and other odds hold: hosts rely on both
-            follow(ray, channels_ * 2, numbers,
-                   [&](std::size_t side) { return numbers.next() % 10 > 2 && ray.hasSide[side]; });
-    }
-    /// Each step takes the next line of drops and draws `draws` numbers. Where there is no drop nothing moves.
-    template <typename Spreads>
-    void follow(const Ray &ray, std::size_t draws, NumberStream &numbers, Spreads spreads)
-    {
+        const std::size_t draws = channels_ * ray.draws();
         int from = 0;
         for (unsigned wet = drops_.wetSteps(line_) & ((1u << ray.steps) - 1); wet != 0; wet &= wet - 1) {
             const int step = std::countr_zero(wet);
             numbers.skip(draws * static_cast<std::size_t>(step - from));
-            drop(ray, step, spreads);
+            spread(ray, step, numbers);
             from = step + 1;
         }
         numbers.skip(draws * static_cast<std::size_t>(ray.steps - from));
         line_ = (line_ + ray.steps) % Drops::kLines;
     }
-    template <typename Spreads>
-    void drop(const Ray &ray, int step, Spreads spreads)
+    /// A step that meets a drop.
+    void spread(const Ray &ray, int step, NumberStream &numbers)
     {
-        const double weight = drops_.weight(line_, step);
+        const Weight weight = drops_.weight(line_, step);
         for (std::size_t channel = 0; channel < channels_; ++channel) {
             uint8_t *const sample = ray.start + step * ray.stride + channel;
             const int dragged = ray.pixel[channel];
-            *sample = mixed(*sample, dragged, weight);
-            for (std::size_t side = 0; side < 2; ++side)
-                if (spreads(side)) {
-                    uint8_t *const beside = sample + ray.sides[side];
-                    *beside = mixed(*beside, dragged, weight);
-                }
+            mix(*sample, dragged, weight);
+            for (std::size_t side = 0; side < 2; ++side) {
+                if (!ray.hasSide[side] && !ray.drawsOutside)
+                    continue;
+                const bool spreads = numbers.next() % 10 > ray.dryNumbers;
+                if (ray.hasSide[side])
+                    mix(sample[ray.sides[side]], dragged, spreads ? weight : 0);
+            }
         }
     }
 
