@@ -23,8 +23,9 @@ VELMONT_API void *ProcessFog(void *dib, tagParamFog *param);
 
 /// The record of ProcessSnow.
 struct tagSnowParam {
-    int32_t mode;  ///< 1 for snow on what is bright, 2 on what is dark; any other gives a black picture
-    int32_t level; ///< percent, useful from 0 to 100; its square tells how much of the range of brightness turns white
+    int32_t mode; ///< 1 for snow on what is bright, 2 on what is dark; any other gives a black picture
+    int32_t
+        level; ///< percent, useful from 0 to 100; its square tells how much of the range of brightness turns white
 };
 
 /// Turns the brightest or the darkest pixels white. The brightness of a pixel is the mean of its three bytes, or its
@@ -36,7 +37,8 @@ VELMONT_API void *ProcessSnow(void *dib, tagSnowParam *param);
 /// The record of ProcessWind.
 struct tagParamWind {
     int32_t direction; ///< 1 draws light toward the start of a row, any other value toward its end
-    int32_t strength;  ///< 1 for streaks of up to 9 pixels, 3 for rows staggered by up to 19, others streaks of up to 39
+    int32_t
+        strength; ///< 1 for streaks of up to 9 pixels, 3 for rows staggered by up to 19, others streaks of up to 39
 };
 
 /// Smears each row sideways, as far as a random number says. In a streak each pixel takes the mean of the pixels
@@ -48,8 +50,9 @@ VELMONT_API void *ProcessWind(void *dib, tagParamWind *param);
 
 /// The record of ProcessGlowEdge.
 struct tagGlowEdge {
-    int32_t spread;    ///< twice the radius in pixels by which bright bands grow; below -1 leaves nothing of them
-    int32_t band;      ///< height of a band in half levels, and gain, useful from 1 to 59; below 1 is refused
+    int32_t
+        spread;   ///< twice the radius in pixels by which bright bands grow; below -1 leaves nothing of them
+    int32_t band; ///< height of a band in half levels, and gain, useful from 1 to 59; below 1 is refused
     int32_t edgePower; ///< exponent of the edges in sixtieths, above 0.3; useful from -17 to 50
 };
 
@@ -77,10 +80,11 @@ VELMONT_API void *ProcessSmokedGlass(void *dib, tagSmokedGlassParam *param);
 /// The record of ProcessBlind.
 struct tagBlindParam {
     int32_t orientation; ///< 0 for slats side by side, others for slats one above the other
-    int32_t direction;   ///< 0 starts at the last column or row and lets slats fade that way; others at the first
-    int32_t slatWidth;   ///< pixels, raised to 2
-    double opacity;      ///< percent of colour that a slat grows toward, useful from 0 to 100; others are accepted
-    uint32_t color;      ///< 0x00BBGGRR; at 8 bits a level of 0.2 red, 0.7 green and 0.1 blue
+    int32_t
+        direction; ///< 0 starts at the last column or row and lets slats fade that way; others at the first
+    int32_t slatWidth; ///< pixels, raised to 2
+    double opacity; ///< percent of colour that a slat grows toward, useful from 0 to 100; others are accepted
+    uint32_t color; ///< 0x00BBGGRR; at 8 bits a level of 0.2 red, 0.7 green and 0.1 blue
 };
 
 /// A blind of slats, each clear at its start and of more colour from line to line. The last slat may be narrower and

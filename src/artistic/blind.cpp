@@ -55,9 +55,10 @@ using Blend = void (*)(uint8_t *to, const uint8_t *from, const Share *shares, st
 class Blind {
 public:
     Blind(EffectFrame &frame, const Dib &source, const tagBlindParam &param)
-        : frame_(frame), source_(source), channels_(samplesPerPixel(source)), isUpright_(param.orientation == 0),
-          isBackward_(param.direction == 0), lines_(isUpright_ ? source.width() : source.height()),
-          slatWidth_(std::max(param.slatWidth, 2)), step_(param.opacity * 0.01 / slatWidth_)
+        : frame_(frame), source_(source), channels_(samplesPerPixel(source)),
+          isUpright_(param.orientation == 0), isBackward_(param.direction == 0),
+          lines_(isUpright_ ? source.width() : source.height()), slatWidth_(std::max(param.slatWidth, 2)),
+          step_(param.opacity * 0.01 / slatWidth_)
     {
         chooseColor(param.color);
         // Far beyond what a picture needs; nothing between leaves 32 bits.
@@ -124,7 +125,8 @@ private:
     {
         const int place = isBackward_ ? kLines - 1 - line : line;
         for (std::size_t channel = 0; channel < channels_; ++channel)
-            shares_[static_cast<std::size_t>(place) * channels_ + channel] = {1 - alpha, color_[channel] * alpha};
+            shares_[static_cast<std::size_t>(place) * channels_ + channel] = {1 - alpha,
+                                                                              color_[channel] * alpha};
     }
     const Share *sharesOf(int place) const { return shares_ + static_cast<std::size_t>(place) * channels_; }
 

@@ -52,7 +52,10 @@ public:
     }
 
 private:
-    int32_t power(uint32_t square) const { return held(std::pow(static_cast<double>(square), edgeExponent_)); }
+    int32_t power(uint32_t square) const
+    {
+        return held(std::pow(static_cast<double>(square), edgeExponent_));
+    }
 
     double edgeExponent_, bandExponent_; ///< of a float's precision
     double gain_, slope_;
@@ -144,8 +147,9 @@ class GlowEdge {
 public:
     GlowEdge(const Dib &source, Dib &result, const tagGlowEdge &param)
         : source_(source), result_(result), param_(param), gradients_(source),
-          channels_(samplesPerPixel(source)), bytes_(sampleBytes(source)),
-          shape_{static_cast<std::size_t>(source.width()), channels_, param.spread / 2}
+          channels_(samplesPerPixel(source)),
+          bytes_(sampleBytes(source)), shape_{static_cast<std::size_t>(source.width()), channels_,
+                                              param.spread / 2}
     {
     }
 

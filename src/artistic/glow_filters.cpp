@@ -12,10 +12,10 @@ void squaredGradients(uint32_t *__restrict to, const uint8_t *__restrict above,
 {
     const std::size_t middle = channels, right = 2 * channels;
     for (std::size_t i = 0; i < count; ++i) {
-        const auto across = static_cast<int16_t>(above[i + right] + 2 * current[i + right] + below[i + right] -
-                                                 above[i] - 2 * current[i] - below[i]);
-        const auto along = static_cast<int16_t>(below[i] + 2 * below[i + middle] + below[i + right] - above[i] -
-                                                2 * above[i + middle] - above[i + right]);
+        const auto across = static_cast<int16_t>(above[i + right] + 2 * current[i + right] +
+                                                 below[i + right] - above[i] - 2 * current[i] - below[i]);
+        const auto along = static_cast<int16_t>(below[i] + 2 * below[i + middle] + below[i + right] -
+                                                above[i] - 2 * above[i + middle] - above[i + right]);
         to[i] = static_cast<uint32_t>(along * along + across * across);
     }
 }
@@ -72,7 +72,8 @@ uint8_t medianOf(const LevelRows &rows, std::size_t first, std::size_t last, std
     return *wanted;
 }
 
-void maxRow(uint8_t *__restrict to, const uint8_t *__restrict a, const uint8_t *__restrict b, std::size_t bytes)
+void maxRow(uint8_t *__restrict to, const uint8_t *__restrict a, const uint8_t *__restrict b,
+            std::size_t bytes)
 {
     for (std::size_t i = 0; i < bytes; ++i)
         to[i] = std::max(a[i], b[i]);
@@ -114,7 +115,8 @@ void upperMedians(uint8_t *to, const LevelRows &rows, std::size_t width, std::si
     const std::size_t wholeEnd = isWhole && width > 3 ? width - 2 : 1;
     take(0);
     if (wholeEnd > 1)
-        wholeMedians(to + channels, rows.above, rows.current, rows.below, (wholeEnd - 1) * channels, channels);
+        wholeMedians(to + channels, rows.above, rows.current, rows.below, (wholeEnd - 1) * channels,
+                     channels);
     for (std::size_t x = wholeEnd; x < width; ++x)
         take(x);
 }

@@ -45,7 +45,8 @@ constexpr double share(Weight weight)
 /// A sample mixed with another one. A weight of 0 leaves it.
 void mix(uint8_t &sample, int with, Weight weight)
 {
-    sample = static_cast<uint8_t>(((int64_t{sample} << kWeightBits) + (with - sample) * weight) >> kWeightBits);
+    sample =
+        static_cast<uint8_t>(((int64_t{sample} << kWeightBits) + (with - sample) * weight) >> kWeightBits);
 }
 
 /// The drops on the glass: 800 lines of ten, taken in turn by the steps of all rays, of which step i looks at drop i of
@@ -95,12 +96,13 @@ struct Ray {
     std::size_t draws() const { return drawsOutside ? 2 : std::size_t{hasSide[0]} + hasSide[1]; }
 };
 
+template <std::size_t channels>
 class Glass {
 public:
     Glass(const Dib &source, Dib &result)
-        : source_(source), result_(result), channels_(samplesPerPixel(source)),
-          strides_{static_cast<std::ptrdiff_t>(source.stride()), -static_cast<std::ptrdiff_t>(source.stride()),
-                   static_cast<std::ptrdiff_t>(channels_), -static_cast<std::ptrdiff_t>(channels_)}
+        : source_(source), result_(result), strides_{static_cast<std::ptrdiff_t>(source.stride()),
+                                                     -static_cast<std::ptrdiff_t>(source.stride()),
+                                                     std::ptrdiff_t{channels}, -std::ptrdiff_t{channels}}
     {
     }
 
@@ -111,8 +113,8 @@ public:
         NumberStream numbers;
         for (int x = 0; x < source_.width(); ++x) {
             unsigned marked = 0;
-            for (std::size_t channel = 0; channel < channels_; ++channel)
-                marked |= ways[static_cast<std::size_t>(x) * channels_ + channel];
+            for (std::size_t channel = 0; channel < channels; ++channel)
+                marked |= ways[static_cast<std::size_t>(x) * channels + channel];
             for (; marked != 0; marked &= marked - 1)
                 follow(rayFrom(x, y, static_cast<std::size_t>(std::countr_zero(marked))), numbers);
         }
@@ -129,8 +131,8 @@ private:
             const bool isLevel = kWays[way].dy == 0;
             if (!isLevel && !insideImage(y + kWays[way].dy, 0, source_.width(), source_.height()))
                 continue;
-            const std::size_t first = kWays[way].dx < 0 ? channels_ : 0;
-            const std::size_t end = kWays[way].dx > 0 ? bytes - channels_ : bytes;
+            const std::size_t first = kWays[way].dx < 0 ? channels : 0;
+            const std::size_t end = kWays[way].dx > 0 ? bytes - channels : bytes;
             const uint8_t *const other = row + strides_[way];
             for (std::size_t i = first; i < end; ++i)
                 ways[i] = static_cast<uint8_t>(ways[i] |
@@ -141,7 +143,7 @@ private:
     int transition(const uint8_t *pixel, std::size_t way) const
     {
         int largest = 0;
-        for (std::size_t channel = 0; channel < channels_; ++channel) {
+        for (std::size_t channel = 0; channel < channels; ++channel) {
             const int difference = pixel[channel] - pixel[channel + static_cast<std::size_t>(strides_[way])];
             if (std::abs(difference) > std::abs(largest))
                 largest = difference;
@@ -151,13 +153,23 @@ private:
     int stepsInside(int x, int y, std::size_t way) const
     {
         const auto [dx, dy] = kWays[way];
-        const int rest = dy > 0 ? source_.height() - y : dy < 0 ? y + 1 : dx > 0 ? source_.width() - x : x + 1;
+        const int rest = dy > 0   ? source_.height() - y
+                         : dy < 0 ? y + 1
+                         : dx > 0 ? source_.width() - x
+                                  : x + 1;
         return std::min(kRaySteps, rest);
     }
     Ray rayFrom(int x, int y, std::size_t way) const
     {
-        const std::size_t offset = static_cast<std::size_t>(x) * channels_;
-        Ray ray{source_.row(y) + offset, result_.row(y) + offset, strides_[way], stepsInside(x, y, way), {}, {}, 1, false};
+        const std::size_t offset = static_cast<std::size_t>(x) * channels;
+        Ray ray{source_.row(y) + offset,
+                result_.row(y) + offset,
+                strides_[way],
+                stepsInside(x, y, way),
+                {},
+                {},
+                1,
+                false};
         for (std::size_t side = 0; side < 2; ++side) {
             const std::size_t aside = way < 2 ? 2 + side : side;
             ray.sides[side] = strides_[aside];
@@ -174,29 +186,26 @@ private:
     /// Each step takes the next line of drops and draws its numbers. Where there is no drop nothing moves.
     void follow(const Ray &ray, NumberStream &numbers)
     {
-        const std::size_t draws = channels_ * ray.draws();
-        int from = 0;
+        const std::size_t draws = channels * ray.draws();
         for (unsigned wet = drops_.wetSteps(line_) & ((1u << ray.steps) - 1); wet != 0; wet &= wet - 1) {
             const int step = std::countr_zero(wet);
-            numbers.skip(draws * static_cast<std::size_t>(step - from));
-            spread(ray, step, numbers);
-            from = step + 1;
+            spread(ray, step, numbers, draws * static_cast<std::size_t>(step));
         }
-        numbers.skip(draws * static_cast<std::size_t>(ray.steps - from));
+        numbers.skip(draws * static_cast<std::size_t>(ray.steps));
         line_ = (line_ + ray.steps) % Drops::kLines;
     }
-    /// A step that meets a drop.
-    void spread(const Ray &ray, int step, NumberStream &numbers)
+    /// A step that meets a drop, behind so many numbers.
+    void spread(const Ray &ray, int step, const NumberStream &numbers, std::size_t before)
     {
         const Weight weight = drops_.weight(line_, step);
-        for (std::size_t channel = 0; channel < channels_; ++channel) {
+        for (std::size_t channel = 0; channel < channels; ++channel) {
             uint8_t *const sample = ray.start + step * ray.stride + channel;
             const int dragged = ray.pixel[channel];
             mix(*sample, dragged, weight);
             for (std::size_t side = 0; side < 2; ++side) {
                 if (!ray.hasSide[side] && !ray.drawsOutside)
                     continue;
-                const bool spreads = numbers.next() % 10 > ray.dryNumbers;
+                const bool spreads = numbers.ahead(before++) % 10 > ray.dryNumbers;
                 if (ray.hasSide[side])
                     mix(sample[ray.sides[side]], dragged, spreads ? weight : 0);
             }
@@ -205,7 +214,6 @@ private:
 
     const Dib &source_;
     Dib &result_;
-    std::size_t channels_;
     std::array<std::ptrdiff_t, kDirections> strides_;
     Drops drops_;
     int line_ = 0; ///< of the drops that the next step takes
@@ -217,6 +225,31 @@ std::array<uint8_t, 256> darkened(int density)
     for (int level = 0; level < 256; ++level)
         table[static_cast<std::size_t>(level)] = static_cast<uint8_t>(level - level / (60.0 / density));
     return table;
+}
+
+template <std::size_t channels>
+void *drawGlass(EffectFrame &frame, const Dib &source, std::size_t headerBytes, int density)
+{
+    const std::size_t bytes = sampleBytes(source);
+    ScratchBlock scratch(bytes);
+    if (!scratch.bytes())
+        return frame.giveUp();
+    for (int y = 0; y < source.height(); ++y)
+        std::memcpy(frame.result().row(y), source.row(y), bytes);
+    Glass<channels> glass(source, frame.result());
+    frame.open(headerBytes);
+    for (int y : frame.rows())
+        glass.row(y, scratch.bytes());
+    const std::array<uint8_t, 256> table = darkened(density);
+    const TableRow darken = tableRow();
+    for (int y = 0; y < source.height() && !frame.isAborted(); ++y) {
+        uint8_t *const row = frame.result().row(y);
+        darken(scratch.bytes(), row, bytes, table.data());
+        std::memcpy(row, scratch.bytes(), bytes);
+        frame.clearPadding(y);
+    }
+    scratch.release();
+    return frame.finish();
 }
 
 } // namespace
@@ -241,24 +274,6 @@ void *ProcessSmokedGlass(void *dib, tagSmokedGlassParam *param)
         frame.abandon();
         return dib; // the image itself, and all left as it stands: hosts rely on it
     }
-    const std::size_t bytes = sampleBytes(*source);
-    ScratchBlock scratch(bytes);
-    if (!scratch.bytes())
-        return frame.giveUp();
-    for (int y = 0; y < source->height(); ++y)
-        std::memcpy(frame.result().row(y), source->row(y), bytes);
-    Glass glass(*source, frame.result());
-    frame.open(plan.headerBytes);
-    for (int y : frame.rows())
-        glass.row(y, scratch.bytes());
-    const std::array<uint8_t, 256> table = darkened(param->density);
-    const TableRow darken = tableRow();
-    for (int y = 0; y < source->height() && !frame.isAborted(); ++y) {
-        uint8_t *const row = frame.result().row(y);
-        darken(scratch.bytes(), row, bytes, table.data());
-        std::memcpy(row, scratch.bytes(), bytes);
-        frame.clearPadding(y);
-    }
-    scratch.release();
-    return frame.finish();
+    const auto draw = source->bitCount() == 24 ? drawGlass<3> : drawGlass<1>;
+    return draw(frame, *source, plan.headerBytes, param->density);
 }

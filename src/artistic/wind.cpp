@@ -78,7 +78,8 @@ private:
     /// The next pixel from x on that differs much from the one behind it, by the first channel alone.
     int64_t edgeFrom(int64_t x) const
     {
-        while (x + 1 < row_.width && std::abs(row_.samples[row_.at(x)] - row_.samples[row_.at(x + 1)]) <= kEdge)
+        while (x + 1 < row_.width &&
+               std::abs(row_.samples[row_.at(x)] - row_.samples[row_.at(x + 1)]) <= kEdge)
             ++x;
         return x + 1 < row_.width ? x : row_.width + kFar;
     }

@@ -39,7 +39,7 @@ constexpr uint32_t numberOfState(uint32_t state)
     return state >> 16 & 0x7FFF;
 }
 
-/// The calling thread's stream in one's own hands, for loops that draw number by number. Nobody else may draw while it
+/// The calling thread's stream in one's own hands, for loops that draw one by one or look ahead. Nobody else may draw while it
 /// lives.
 class NumberStream {
 public:
@@ -56,6 +56,8 @@ public:
         state_ = kGeneratorStep(state_);
         return static_cast<int>(numberOfState(state_));
     }
+    /// What next() would give behind `count` numbers, below kMostSkipped, that are not drawn yet.
+    int ahead(std::size_t count) const { return static_cast<int>(numberOfState(kSteps[count + 1](state_))); }
     /// Draws up to kMostSkipped numbers that nobody looks at.
     void skip(std::size_t count) { state_ = kSteps[count](state_); }
 

@@ -42,21 +42,23 @@ int lowByteOf(double value)
     return static_cast<int>(static_cast<long long>(value) & 255);
 }
 
-Bytes slatted(const Pieces &image, int orientation, int direction, int slatWidth, double opacity, uint32_t color)
+Bytes slatted(const Pieces &image, int orientation, int direction, int slatWidth, double opacity,
+              uint32_t color)
 {
     Samples samples = samplesOf(image);
     const int n = orientation == 0 ? samples.width : samples.height;
     const double step = opacity * 0.01 / std::max(slatWidth, 2);
     const int byte0 = color & 255, byte1 = color >> 8 & 255, byte2 = color >> 16 & 255;
-    const int colors[] = {samples.channels == 3 ? byte2 : static_cast<int>(byte2 * 0.1 + byte0 * 0.2 + byte1 * 0.7),
+    const int colors[] = {samples.channels == 3 ? byte2
+                                                : static_cast<int>(byte2 * 0.1 + byte0 * 0.2 + byte1 * 0.7),
                           byte1, byte0};
     double a = 0;
     for (const Line &line : linesOf(n, slatWidth, direction != 0)) {
         a = line.inSlat == 0 ? 0 : a + step;
         for (int i = 0; i < (orientation == 0 ? samples.height : samples.width); ++i)
             for (int channel = 0; channel < samples.channels; ++channel) {
-                int &sample =
-                    orientation == 0 ? samples.of(line.place, i, channel) : samples.of(i, line.place, channel);
+                int &sample = orientation == 0 ? samples.of(line.place, i, channel)
+                                               : samples.of(i, line.place, channel);
                 sample = lowByteOf(sample * (1 - a) + colors[channel] * a);
             }
     }
@@ -152,8 +154,8 @@ TEST(Blind, EveryMeasureAsThePlainLoop)
 TEST(Blind, AbsurdOpacities)
 {
     constexpr double kInfinity = std::numeric_limits<double>::infinity();
-    for (const double opacity :
-         {1e9, -1e9, 1e18, 1e25, 1e300, -1e300, kInfinity, -kInfinity, std::numeric_limits<double>::quiet_NaN()})
+    for (const double opacity : {1e9, -1e9, 1e18, 1e25, 1e300, -1e300, kInfinity, -kInfinity,
+                                 std::numeric_limits<double>::quiet_NaN()})
         for (const Pieces &image : {gray(11, 5), trueColor(5, 11)})
             for (const int orientation : {0, 1})
                 EXPECT_EQ(resultOf(image, blind(orientation, 1, 4, opacity)),
@@ -186,7 +188,8 @@ TEST(Blind, AnAbortLeavesASlatAndTheNextPollsAgain)
     RecordingHost host;
     host.abortFromPoll(4); // the third line; slats of four, four and three lines
     EXPECT_EQ(blind(0, 1, 4, 50)(handle), nullptr);
-    EXPECT_EQ(host.events, (Events{"wait", "poll", "poll", "0%", "poll", "poll", "poll", "poll", "100%", "arrow"}));
+    EXPECT_EQ(host.events,
+              (Events{"wait", "poll", "poll", "0%", "poll", "poll", "poll", "poll", "100%", "arrow"}));
     EXPECT_EQ(memory_hooks::locksOn(handle), 0);
 }
 

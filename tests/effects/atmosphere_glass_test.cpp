@@ -133,8 +133,8 @@ TEST(SmokedGlass, CountsItsDraws)
 
 TEST(SmokedGlass, EveryMeasureAsThePlainLoop)
 {
-    forMeasures([&](const Pieces &noisy, int number) {
-        const Pieces image = number / 2 % 2 ? smooth(noisy) : noisy;
+    forMeasuresInTurn([&](const Pieces &noisy, int number) {
+        const Pieces image = number % 3 ? smooth(noisy) : noisy;
         const int density = number % 20 + 1;
         const auto seed = static_cast<uint32_t>(number);
         const PlainGlass plain(image, seed);
@@ -181,8 +181,9 @@ TEST(SmokedGlass, RefusedDensitiesAnswerWithTheSource)
     // Other refusals come first, and so does a result that cannot be had.
     const Restore restore;
     EXPECT_EQ(eventsOfRefusal(noiseImage(5, 3, 4, 16), glass(0)), Events{});
+    const Handle image = trueColor(5, 4).handle();
     memory_hooks::failAllocation(1);
-    EXPECT_EQ(eventsOfRefusal(trueColor(5, 4).handle(), glass(0)), (Events{"wait", "arrow"}));
+    EXPECT_EQ(eventsOfRefusal(image, glass(0)), (Events{"wait", "arrow"}));
 }
 
 TEST(SmokedGlass, RulesAndEvents)

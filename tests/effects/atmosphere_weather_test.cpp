@@ -96,8 +96,9 @@ Bytes snowed(const Pieces &image, int mode, int level)
     Samples samples = samplesOf(image);
     const bool isGray = samples.channels == 1;
     const auto brightness = [&](int x, int y) {
-        return isGray ? double(samples.of(x, y, 0))
-                      : (samples.of(x, y, 0) + samples.of(x, y, 1) + samples.of(x, y, 2)) * 0.3333333333333333;
+        return isGray
+                   ? double(samples.of(x, y, 0))
+                   : (samples.of(x, y, 0) + samples.of(x, y, 1) + samples.of(x, y, 2)) * 0.3333333333333333;
     };
     double low = (image.rows[0] + image.rows[1] + image.rows[2]) * 0.3333333333333333, high = low;
     for (int y = 0; y < samples.height; ++y)
@@ -110,7 +111,8 @@ Bytes snowed(const Pieces &image, int mode, int level)
     return withSamples(image, mapped(samples, [&](int x, int y, int channel) {
                            if (mode != 1 && mode != 2)
                                return 0;
-                           const bool isWhite = mode == 1 ? brightness(x, y) > limit : brightness(x, y) < limit;
+                           const bool isWhite =
+                               mode == 1 ? brightness(x, y) > limit : brightness(x, y) < limit;
                            return isWhite ? 255 : samples.of(x, y, channel);
                        }));
 }
@@ -331,7 +333,8 @@ TEST(Wind, OneColumnStays)
 {
     for (const int strength : {1, 2, 3}) {
         const Pieces column = gray(1, 9), pixels = trueColor(1, 9);
-        EXPECT_EQ(levelsOf(column, wind(1, strength)), rowsOf(column, withSamples(column, samplesOf(column))));
+        EXPECT_EQ(levelsOf(column, wind(1, strength)),
+                  rowsOf(column, withSamples(column, samplesOf(column))));
         EXPECT_EQ(resultOf(pixels, wind(2, strength)), withSamples(pixels, samplesOf(pixels)));
     }
 }
@@ -343,14 +346,16 @@ TEST(Wind, EveryMeasureAsThePlainLoop)
         for (const Pieces &image : {noisy, smooth(noisy)}) {
             const int direction = number % 3, strength = kStrengths[number % 5];
             const auto seed = static_cast<uint32_t>(number);
-            ASSERT_EQ(resultOf(image, wind(direction, strength, seed)), blown(image, direction, strength, seed))
+            ASSERT_EQ(resultOf(image, wind(direction, strength, seed)),
+                      blown(image, direction, strength, seed))
                 << direction << ", " << strength;
         }
     });
     for (const Pieces &image : {smooth(gray(300, 9)), smooth(trueColor(300, 9)), trueColor(300, 9)})
         for (const int direction : {1, 2})
             for (const int strength : {1, 2, 3})
-                EXPECT_EQ(resultOf(image, wind(direction, strength, 5)), blown(image, direction, strength, 5));
+                EXPECT_EQ(resultOf(image, wind(direction, strength, 5)),
+                          blown(image, direction, strength, 5));
 }
 
 TEST(Wind, DrawsANumberForEachRow)
