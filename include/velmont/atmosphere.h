@@ -23,22 +23,22 @@ VELMONT_API void *ProcessFog(void *dib, tagParamFog *param);
 
 /// The record of ProcessSnow.
 struct tagSnowParam {
-    int32_t mode; ///< 1 for snow on what is bright, 2 on what is dark; any other gives a black picture
-    int32_t
-        level; ///< percent, useful from 0 to 100; its square tells how much of the range of brightness turns white
+    int32_t mode;  ///< 1 for snow on what is bright, 2 on what is dark; any other gives a black picture
+    int32_t level; ///< percent, useful from 0 to 100; others are accepted
 };
 
 /// Turns the brightest or the darkest pixels white. The brightness of a pixel is the mean of its three bytes, or its
-/// level at 8 bits; the range lies between the darkest and the brightest pixel, and that share of it, level^2 / 10000,
-/// turns white from the one end, but nothing that is within 1 of what the share leaves out at its other end. At 8 bits
-/// the mean of the first three bytes of the rows is counted with the brightnesses.
+/// level at 8 bits. With the range from the darkest pixel to the brightest and a share of it of level^2 / 10000, mode 1
+/// turns white what is brighter than the brightest less the share plus 1, mode 2 what is darker than the darkest plus the
+/// share less 1. At 8 bits the mean of the first three bytes of the rows, padding included, counts among the
+/// brightnesses: hosts rely on it.
 VELMONT_API void *ProcessSnow(void *dib, tagSnowParam *param);
 
 /// The record of ProcessWind.
 struct tagParamWind {
     int32_t direction; ///< 1 draws light toward the start of a row, any other value toward its end
-    int32_t
-        strength; ///< 1 for streaks of up to 9 pixels, 3 for rows staggered by up to 19, others streaks of up to 39
+    /// 1 for streaks of up to 9 pixels, 3 for rows staggered by up to 19 pixels, any other value for streaks of up to 39.
+    int32_t strength;
 };
 
 /// Smears each row sideways, as far as a random number says. In a streak each pixel takes the mean of the pixels
@@ -50,9 +50,8 @@ VELMONT_API void *ProcessWind(void *dib, tagParamWind *param);
 
 /// The record of ProcessGlowEdge.
 struct tagGlowEdge {
-    int32_t
-        spread;   ///< twice the radius in pixels by which bright bands grow; below -1 leaves nothing of them
-    int32_t band; ///< height of a band in half levels, and gain, useful from 1 to 59; below 1 is refused
+    int32_t spread;    ///< twice the radius in pixels by which bands grow; below -1 leaves nothing of them
+    int32_t band;      ///< height of a band in half levels, and gain, useful from 1 to 59; below 1 is refused
     int32_t edgePower; ///< exponent of the edges in sixtieths, above 0.3; useful from -17 to 50
 };
 
@@ -80,9 +79,8 @@ VELMONT_API void *ProcessSmokedGlass(void *dib, tagSmokedGlassParam *param);
 /// The record of ProcessBlind.
 struct tagBlindParam {
     int32_t orientation; ///< 0 for slats side by side, others for slats one above the other
-    int32_t
-        direction; ///< 0 starts at the last column or row and lets slats fade that way; others at the first
-    int32_t slatWidth; ///< pixels, raised to 2
+    int32_t direction;   ///< 0 starts at the last column or row, and slats fade that way; others at the first
+    int32_t slatWidth;   ///< pixels, raised to 2
     double opacity; ///< percent of colour that a slat grows toward, useful from 0 to 100; others are accepted
     uint32_t color; ///< 0x00BBGGRR; at 8 bits a level of 0.2 red, 0.7 green and 0.1 blue
 };
