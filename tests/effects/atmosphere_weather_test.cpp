@@ -219,7 +219,7 @@ Effect wind(int direction, int strength, uint32_t seed = 1)
 /// Step by step on planes, every window walked for itself.
 Bytes blown(const Pieces &image, int direction, int strength, uint32_t seed)
 {
-    const Samples source = samplesOf(image);
+    Samples source = samplesOf(image);
     Samples result = source;
     const int w = source.width;
     const int largest = strength == 1 ? 10 : strength == 3 ? 20 : 40;
@@ -229,7 +229,7 @@ Bytes blown(const Pieces &image, int direction, int strength, uint32_t seed)
         for (int c = 0; c < source.channels; ++c)
             for (int x = 0; x < w; ++x)
                 planes[static_cast<std::size_t>(c)].push_back(
-                    Samples(source).of(direction == 1 ? x : w - 1 - x, y, c));
+                    source.of(direction == 1 ? x : w - 1 - x, y, c));
         const auto at = [&](int c, int x) -> int & {
             return planes[static_cast<std::size_t>(c)].at(static_cast<std::size_t>(x));
         };
