@@ -119,6 +119,11 @@ struct Effect {
     int smallestSide = 1;
     bool definesPadding = true; ///< of the result's rows
     int blocksLeft = 0;         ///< that nobody holds, by each run that gives a result
+    /// Bytes of the record that belong to no field, between fields or at the end.
+    std::size_t recordPadding = 0;
+    /// A field outside its range is answered with the image itself: the image keeps a lock and the block of the result
+    /// is lost.
+    bool losesRefused = false;
     bool usesCreateDib = false; ///< which leaves a block behind where it cannot lock it
 };
 

@@ -22,6 +22,7 @@ std::span<const Effect> gradientEffects();
 std::span<const Effect> compositingEffects();
 std::span<const Effect> lensEffects();
 std::span<const Effect> grainEffects();
+std::span<const Effect> atmosphereEffects();
 
 /// All channels or one.
 inline constexpr std::array kChannels{Choice{"all", 0}, Choice{"red", 1}, Choice{"green", 2},
@@ -194,11 +195,12 @@ constexpr Operand resultOperand(std::string_view name, OperandKind kind, std::st
 
 /// Whether the fields cover the record: none is missing and there is nothing between them. Pointers are no
 /// fields: operands, or what the host owns, which stays null; their bytes come on top, and where they are there may
-/// be padding at the end.
+/// be padding at the end; other padding is the entry's recordPadding.
 template <typename RecordType, std::size_t count>
-constexpr bool coverRecord(const std::array<Field, count> &fields, std::size_t pointerBytes = 0)
+constexpr bool coverRecord(const std::array<Field, count> &fields, std::size_t pointerBytes = 0,
+                           std::size_t recordPadding = 0)
 {
-    std::size_t bytes = pointerBytes;
+    std::size_t bytes = pointerBytes + recordPadding;
     for (const Field &field : fields)
         bytes += field.bytes;
     const std::size_t padding = pointerBytes == 0 ? 0 : alignof(RecordType) - 1;

@@ -123,7 +123,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
     }
     KelMemFree(dib);
     // A late refusal loses a locked block, and a lock that else is left on the source may be on a block that is left.
-    const long mayLose = effect.smallestSide > 1 || (effect.locksLeft > 0 && effect.blocksLeft > 0) ? 1 : 0;
+    const bool losesOne =
+        effect.smallestSide > 1 || effect.losesRefused || (effect.locksLeft > 0 && effect.blocksLeft > 0);
+    const long mayLose = losesOne ? 1 : 0;
     const long mayLeave = effect.blocksLeft + (effect.usesCreateDib && control.failLock > 0 ? 1 : 0);
     const long lost = memory_hooks::counts().locks - before.locks;
     const long left = memory_hooks::counts().blocks - before.blocks - lost;

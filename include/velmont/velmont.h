@@ -3,6 +3,7 @@
 /// \file
 /// The whole boundary of the library.
 
+#include <velmont/atmosphere.h>
 #include <velmont/color.h>
 #include <velmont/compositing.h>
 #include <velmont/dib.h>

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <type_traits>
+#include <velmont/atmosphere.h>
 #include <velmont/filters.h>
 #include <velmont/geometry.h>
 #include <velmont/grain.h>
@@ -113,11 +114,17 @@ constexpr std::array kEntries{
     Entry{4303, pass<&ProcessWarm>},
     Entry{4304, pass<&ProcessCool>},
     Entry{4305, pass<&ProcessSepia>},
+    Entry{4306, pass<&ProcessWind>},
     Entry{4503, pass<&ProcessButtonize>},
     Entry{4603, pass<&ProcessOuterLevel>},
     Entry{4703, pass<&ProcessInnerLevel>},
+    Entry{4704, pass<&ProcessFog>},
+    Entry{4705, pass<&ProcessBlind>},
+    Entry{4706, pass<&ProcessSnow>},
+    Entry{4707, pass<&ProcessGlowEdge>},
     Entry{4709, pass<&ProcessSmartBlur>},
     Entry{4711, pass<&ProcessZigZag>},
+    Entry{4713, pass<&ProcessSmokedGlass>},
     Entry{4718, pass<&ProcessColorTone>},
     Entry{4719, pass<&ProcessAutoLevel>},
 };

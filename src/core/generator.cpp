@@ -7,18 +7,6 @@ namespace {
 
 thread_local uint32_t state = 1;
 
-/// So many steps as one.
-constexpr GeneratorStep stepsAtOnce(uint64_t count)
-{
-    GeneratorStep all{1, 0}, power = kGeneratorStep;
-    for (; count != 0; count >>= 1) {
-        if ((count & 1) != 0)
-            all = all.then(power);
-        power = power.then(power);
-    }
-    return all;
-}
-
 } // namespace
 
 int rand()

@@ -3,6 +3,7 @@
 /// \file
 /// The library's random numbers. Effects depend on the exact stream, so it is never the C library's.
 
+#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -31,14 +32,26 @@ struct GeneratorStep {
 };
 inline constexpr GeneratorStep kGeneratorStep{214013, 2531011};
 
+/// So many steps as one.
+constexpr GeneratorStep stepsAtOnce(uint64_t count)
+{
+    GeneratorStep all{1, 0}, power = kGeneratorStep;
+    for (; count != 0; count >>= 1) {
+        if ((count & 1) != 0)
+            all = all.then(power);
+        power = power.then(power);
+    }
+    return all;
+}
+
 /// The number that a state stands for.
 constexpr uint32_t numberOf(uint32_t state)
 {
     return state >> 16 & 0x7FFF;
 }
 
-/// The calling thread's stream in the hands of one loop, which draws as many numbers as it happens to need; the
-/// stream goes on behind them at the end of the scope.
+/// The calling thread's stream in the hands of one loop, which draws as many numbers as it happens to need or looks ahead;
+/// the stream goes on behind them at the end of the scope. Nobody else may draw meanwhile.
 class NumberStream {
 public:
     NumberStream();
@@ -46,9 +59,23 @@ public:
     NumberStream(const NumberStream &) = delete;
     NumberStream &operator=(const NumberStream &) = delete;
 
-    uint32_t next() { return numberOf(state_ = kGeneratorStep(state_)); }
+    static constexpr std::size_t kMostSkipped = 60;
+
+    /// As rand() gives it.
+    int next() { return static_cast<int>(numberOf(state_ = kGeneratorStep(state_))); }
+    /// What next() would give behind `count` numbers, below kMostSkipped, that are not drawn yet.
+    int ahead(std::size_t count) const { return static_cast<int>(numberOf(kSteps[count + 1](state_))); }
+    /// Draws up to kMostSkipped numbers that nobody looks at.
+    void skip(std::size_t count) { state_ = kSteps[count](state_); }
 
 private:
+    static constexpr std::array<GeneratorStep, kMostSkipped + 1> kSteps = [] {
+        std::array<GeneratorStep, kMostSkipped + 1> steps{};
+        for (std::size_t count = 0; count <= kMostSkipped; ++count)
+            steps[count] = stepsAtOnce(count);
+        return steps;
+    }();
+
     uint32_t state_;
 };
 

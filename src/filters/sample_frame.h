@@ -13,6 +13,19 @@ inline bool servesSamples(const EffectFrame &frame)
     return frame.serves({8, 24}) && (frame.source().bitCount() == 24 || frame.source().isGray());
 }
 
+/// The image of one of these depths with the rows of 8 bits behind 256 colours, however many it has: hosts rely on the
+/// place. Nothing for another depth, or where the rows do not fit the block.
+inline std::optional<Dib> withRowsBehindAllColors(const EffectFrame &frame, std::initializer_list<int> depths)
+{
+    if (!frame.serves(depths))
+        return std::nullopt;
+    const Dib &source = frame.source();
+    DibLayout layout = source.layout();
+    if (layout.bitCount == 8)
+        layout.pixelOffset = kGrayPixelOffset;
+    return Dib::withLayout(source.block(), source.blockBytes(), layout);
+}
+
 /// A result of the source's shape. All that lies before the rows is copied in one piece; the effect clears the
 /// padding itself.
 inline ResultPlan planOnSamples(const Dib &source)

@@ -73,6 +73,25 @@ TEST(GeneratorTest, ManyNumbersAreThoseOfSoManyCalls)
     }
 }
 
+TEST(GeneratorTest, AStreamLooksAheadAndSkips)
+{
+    constexpr std::size_t kMost = NumberStream::kMostSkipped;
+    velmont::srand(8);
+    const std::vector<int> expected = draw(2 * static_cast<int>(kMost) + 3);
+    for (std::size_t count = 0; count <= kMost; ++count) {
+        velmont::srand(8);
+        {
+            NumberStream numbers;
+            EXPECT_EQ(numbers.next(), expected[0]);
+            for (std::size_t i = 0; i < kMost; ++i)
+                ASSERT_EQ(numbers.ahead(i), expected[1 + i]);
+            numbers.skip(count);
+            EXPECT_EQ(numbers.next(), expected[1 + count]);
+        }
+        EXPECT_EQ(velmont::rand(), expected[2 + count]) << "the stream is given back";
+    }
+}
+
 TEST(GeneratorTest, EachThreadHasItsOwnStream)
 {
     velmont::srand(3);
