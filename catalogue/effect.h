@@ -119,6 +119,9 @@ struct Effect {
     int smallestSide = 1;
     bool definesPadding = true; ///< of the result's rows
     int blocksLeft = 0;         ///< that nobody holds, by each run that gives a result
+    /// Where there is no working memory the wait cursor may stay, and the block of the result is lost with as many
+    /// locks, those on the source included.
+    int locksLostWithMemory = 0;
     bool usesCreateDib = false; ///< which leaves a block behind where it cannot lock it
 };
 

@@ -6,6 +6,7 @@
 #include <type_traits>
 #include <velmont/filters.h>
 #include <velmont/geometry.h>
+#include <velmont/painting.h>
 #include <velmont/tone.h>
 
 namespace {
@@ -109,8 +110,10 @@ constexpr std::array kEntries{
     Entry{4503, pass<&ProcessButtonize>},
     Entry{4603, pass<&ProcessOuterLevel>},
     Entry{4703, pass<&ProcessInnerLevel>},
+    Entry{4708, pass<&ProcessFur>},
     Entry{4709, pass<&ProcessSmartBlur>},
     Entry{4711, pass<&ProcessZigZag>},
+    Entry{4712, pass<&ProcessChalk>},
     Entry{4718, pass<&ProcessColorTone>},
     Entry{4719, pass<&ProcessAutoLevel>},
 };
