@@ -14,5 +14,6 @@
 #include <velmont/memory.h>
 #include <velmont/painting.h>
 #include <velmont/platform.h>
+#include <velmont/restoration.h>
 #include <velmont/tone.h>
 #include <velmont/version.h>

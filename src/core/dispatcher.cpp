@@ -7,6 +7,7 @@
 #include <velmont/filters.h>
 #include <velmont/geometry.h>
 #include <velmont/painting.h>
+#include <velmont/restoration.h>
 #include <velmont/tone.h>
 
 namespace {
@@ -114,6 +115,7 @@ constexpr std::array kEntries{
     Entry{4709, pass<&ProcessSmartBlur>},
     Entry{4711, pass<&ProcessZigZag>},
     Entry{4712, pass<&ProcessChalk>},
+    Entry{4714, pass<&ProcessScratch>},
     Entry{4718, pass<&ProcessColorTone>},
     Entry{4719, pass<&ProcessAutoLevel>},
 };

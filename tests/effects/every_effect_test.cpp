@@ -82,6 +82,7 @@ constexpr Peculiarity kPeculiarities[] = {
     {.exportName = "ProcessFur", .needsAllColors = true, .worksOnAfterAborts = true},
     {.exportName = "ProcessHueAndSaturation", .showsCursorFirst = true},
     {.exportName = "ProcessInnerLevel", .leavesWaitCursor = true},
+    {.exportName = "ProcessScratch", .reportsLast = true},
     {.exportName = "ProcessSeedFill", .mayEndUnreported = true, .mayMissParts = true},
     {.exportName = "ProcessSoftEdge", .needsAllColors = true},
     {.exportName = "ProcessWrinkle", .isBlankWithoutScratch = true},
