@@ -31,7 +31,7 @@ constexpr std::array kFurFields{
                                      .unit = "pixels",
                                      .minimum = 1,
                                      .maximum = 100,
-                                     .defaultValue = 3,
+                                     .defaultValue = 2,
                                      .help = "side of the box that smooths the picture"}),
     field<&tagFurParam::hairLength>({.name = "hairLength",
                                      .unit = "pixels",

@@ -239,6 +239,22 @@ TEST_F(Chalk, Refusals)
     expectLiesRefused(chalk(10, 10, 2));
 }
 
+// Whatever the header says of its colours, rows lie behind 256 of them.
+TEST_F(Chalk, RowsBehindAllColors)
+{
+    const Pieces image = paletted(19, 13, 8, 256);
+    const Bytes usual = resultOf(image, chalk(10, 10, 2));
+    for (const uint32_t colors : {0u, 10u, 255u, 256u}) {
+        Pieces other = image;
+        other.header.biClrUsed = colors;
+        Bytes expected = usual;
+        std::memcpy(expected.data(), &other.header, sizeof other.header);
+        EXPECT_EQ(resultOf(other, chalk(10, 10, 2)), expected) << colors;
+        other.rows.pop_back(); // fits the header, but not those rows
+        EXPECT_EQ(chalk(10, 10, 2)(other.handle()), nullptr) << colors;
+    }
+}
+
 TEST_F(Chalk, TheCodeReachesIt)
 {
     const Handle image = trueColor(19, 17).handle();

@@ -234,6 +234,22 @@ TEST_F(Fur, Refusals)
     expectLiesRefused(smoothing(3));
 }
 
+// Whatever the header says of its colours, rows lie behind 256 of them.
+TEST_F(Fur, RowsBehindAllColors)
+{
+    const Pieces image = paletted(19, 13, 8, 256);
+    const Bytes usual = resultOf(image, fur(2, 5, 50, 60));
+    for (const uint32_t colors : {0u, 10u, 255u, 256u}) {
+        Pieces other = image;
+        other.header.biClrUsed = colors;
+        Bytes expected = usual;
+        std::memcpy(expected.data(), &other.header, sizeof other.header);
+        EXPECT_EQ(resultOf(other, fur(2, 5, 50, 60)), expected) << colors;
+        other.rows.pop_back(); // fits the header, but not those rows
+        EXPECT_EQ(fur(2, 5, 50, 60)(other.handle()), nullptr) << colors;
+    }
+}
+
 TEST_F(Fur, TheCodeReachesIt)
 {
     const Handle image = trueColor(9, 7).handle();
