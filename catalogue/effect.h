@@ -124,6 +124,9 @@ struct Effect {
     /// A field outside its range is answered with the image itself: the image keeps a lock and the block of the result
     /// is lost.
     bool losesRefused = false;
+    /// Where there is no working memory the wait cursor may stay, and the block of the result is lost with as many
+    /// locks, those on the source included.
+    int locksLostWithMemory = 0;
     bool usesCreateDib = false; ///< which leaves a block behind where it cannot lock it
 };
 

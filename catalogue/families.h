@@ -23,6 +23,8 @@ std::span<const Effect> compositingEffects();
 std::span<const Effect> lensEffects();
 std::span<const Effect> grainEffects();
 std::span<const Effect> atmosphereEffects();
+std::span<const Effect> paintingEffects();
+std::span<const Effect> restorationEffects();
 
 /// All channels or one.
 inline constexpr std::array kChannels{Choice{"all", 0}, Choice{"red", 1}, Choice{"green", 2},

@@ -122,16 +122,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
         applyEffect(dib, effect, record, control);
     }
     KelMemFree(dib);
-    // A late refusal loses a locked block, and a lock that else is left on the source may be on a block that is left.
-    const bool losesOne =
-        effect.smallestSide > 1 || effect.losesRefused || (effect.locksLeft > 0 && effect.blocksLeft > 0);
+    // A late refusal loses a locked block, and so may memory that cannot be had; a lock that else is left on the source may
+    // be on a block that is left.
+    const bool losesOne = effect.smallestSide > 1 || effect.losesRefused || effect.locksLostWithMemory > 0 ||
+                          (effect.locksLeft > 0 && effect.blocksLeft > 0);
     const long mayLose = losesOne ? 1 : 0;
     const long mayLeave = effect.blocksLeft + (effect.usesCreateDib && control.failLock > 0 ? 1 : 0);
     const long lost = memory_hooks::counts().locks - before.locks;
     const long left = memory_hooks::counts().blocks - before.blocks - lost;
     if (lost < 0 || lost > mayLose || left < 0 || left > mayLeave)
         std::abort(); // something was lost
-    if (left + lost > 0)
+    if (left > 0 || lost > 0)
         freeAllBut(blocksBefore);
     return 0;
 }

@@ -15,6 +15,8 @@
 #include <velmont/lens.h>
 #include <velmont/masks.h>
 #include <velmont/memory.h>
+#include <velmont/painting.h>
 #include <velmont/platform.h>
+#include <velmont/restoration.h>
 #include <velmont/tone.h>
 #include <velmont/version.h>

@@ -61,13 +61,12 @@ void *ProcessAddNoise(void *dib, int percent)
 {
     if (!isShare(percent))
         return nullptr;
-    const auto replaced = static_cast<uint32_t>(percent);
     return onSampleRows(dib, [&](uint8_t *to, const uint8_t *from, std::size_t pixels, std::size_t channels) {
         std::memcpy(to, from, pixels * channels);
         NumberStream stream;
         const std::size_t bytes = pixels * channels;
         for (std::size_t x = 0; x < bytes; x += channels)
-            if (stream.next() % 100 < replaced)
+            if (stream.next() % 100 < percent)
                 for (std::size_t i = 0; i < channels; ++i)
                     to[x + i] = static_cast<uint8_t>(stream.next());
     });

@@ -9,6 +9,8 @@
 #include <velmont/geometry.h>
 #include <velmont/grain.h>
 #include <velmont/lens.h>
+#include <velmont/painting.h>
+#include <velmont/restoration.h>
 #include <velmont/tone.h>
 
 namespace {
@@ -122,9 +124,12 @@ constexpr std::array kEntries{
     Entry{4705, pass<&ProcessBlind>},
     Entry{4706, pass<&ProcessSnow>},
     Entry{4707, pass<&ProcessGlowEdge>},
+    Entry{4708, pass<&ProcessFur>},
     Entry{4709, pass<&ProcessSmartBlur>},
     Entry{4711, pass<&ProcessZigZag>},
+    Entry{4712, pass<&ProcessChalk>},
     Entry{4713, pass<&ProcessSmokedGlass>},
+    Entry{4714, pass<&ProcessScratch>},
     Entry{4718, pass<&ProcessColorTone>},
     Entry{4719, pass<&ProcessAutoLevel>},
 };

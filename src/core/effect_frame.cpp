@@ -107,6 +107,8 @@ void EffectFrame::clearPadding()
 
 void *EffectFrame::finish()
 {
+    if (steps_.arrowCursor && steps_.earlyArrowCursor)
+        showArrowCursor();
     sourceLock_.unlock();
     resultLock_->unlock();
     void *const handle = std::exchange(resultHandle_, nullptr);
@@ -114,7 +116,7 @@ void *EffectFrame::finish()
         KelMemFree(handle);
     if (steps_.finalReport)
         ShowImageProcessing(100);
-    if (steps_.arrowCursor)
+    if (steps_.arrowCursor && !steps_.earlyArrowCursor)
         showArrowCursor();
     return aborted_ ? nullptr : handle;
 }
@@ -130,6 +132,12 @@ void *EffectFrame::abandon()
     keepLocks();
     resultHandle_ = nullptr;
     return nullptr;
+}
+
+void *EffectFrame::loseResult()
+{
+    sourceLock_.unlock();
+    return abandon();
 }
 
 void EffectFrame::keepLocks()

@@ -121,6 +121,9 @@ public:
     /// the result's block, which nobody frees.
     /// \return null.
     void *abandon();
+    /// The same, but that the source is unlocked.
+    /// \return null.
+    void *loseResult();
 
 private:
     void *takeBack(bool showsArrow);

@@ -11,6 +11,8 @@ struct FrameSteps {
     bool finalReport = true; ///< 100 percent at the end
     /// The wait cursor comes once the result is allocated, and where that fails no cursor is touched.
     bool lateWaitCursor = false;
+    /// At the end the arrow cursor comes while both blocks are still locked, and 100 percent after it.
+    bool earlyArrowCursor = false;
 };
 
 /// Neither cursor nor poll nor progress from the frame.

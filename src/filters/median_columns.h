@@ -9,7 +9,7 @@
 namespace velmont {
 
 /// Counts of a column's samples at or below a value, in two levels: of those up to the end of each sixteenth of all
-/// values, and within each sixteenth of those up to each of its values. A count stays below 33.
+/// values, and within each sixteenth of those up to each of its values. A count fits a byte.
 struct ColumnCounts {
     static constexpr std::size_t kParts = 16;
 
@@ -25,7 +25,7 @@ struct ColumnCounts {
 };
 
 /// A row's medians. The rows of a picture come one after the other: the counts are those of the row before, whose
-/// windows started with the row `leaving`. It is null for the first row.
+/// windows started with the row `leaving`. It is null for the first row. Rows of either kind.
 using MedianOfColumns = void (*)(uint8_t *to, const MedianRows &rows, const ColumnCounts &counts,
                                  const uint8_t *leaving);
 /// The version for a window of this size; null where medianRow is as good.

@@ -57,10 +57,11 @@ __m256i countsAt(const uint8_t *from)
     return _mm256_cvtepu8_epi16(loadHalf(from));
 }
 
-/// Of sixteen rising counts those below `limit`.
+/// Of sixteen rising counts those below `limit`, 1 or more.
 unsigned countBelow(__m256i counts, int limit)
 {
-    const __m256i below = _mm256_cmpgt_epi16(_mm256_set1_epi16(static_cast<int16_t>(limit)), counts);
+    const __m256i highest = _mm256_set1_epi16(static_cast<int16_t>(limit - 1));
+    const __m256i below = _mm256_cmpeq_epi16(_mm256_min_epu16(counts, highest), counts);
     return static_cast<unsigned>(_mm_popcnt_u32(static_cast<unsigned>(_mm256_movemask_epi8(below)))) / 2;
 }
 
@@ -73,7 +74,7 @@ unsigned partOf(__m256i counts, int rank)
 
 int countOf(__m256i counts, unsigned part)
 {
-    alignas(32) int16_t all[kParts];
+    alignas(32) uint16_t all[kParts];
     _mm256_store_si256(reinterpret_cast<__m256i *>(all), counts);
     return all[part];
 }
@@ -83,7 +84,8 @@ class Windows {
 public:
     Windows(const MedianRows &rows, const ColumnCounts &counts, std::size_t channel)
         : counts_(counts), channels_(rows.channels), channel_(channel), size_(rows.size),
-          last_(static_cast<std::ptrdiff_t>(rows.pixels) - 1), rank_(rows.rank())
+          last_(static_cast<std::ptrdiff_t>(rows.pixels) - 1), rank_(rows.rank()),
+          walks_(rows.kind == MedianKind::Walked)
     {
         for (int i = 0; i < size_; ++i)
             coarse_ = _mm256_add_epi16(coarse_, countsAt(counts.coarse(column(i - size_ / 2))));
@@ -98,7 +100,7 @@ public:
         const int rank = part > 0 ? rank_ - countOf(coarse_, part - 1) : rank_; // within the part
         const __m256i fine = fineAt(part, x);
         const unsigned low = part * kParts + countBelow(fine, rank);
-        value_ = value_ <= low ? low : heldAbove(low, part, countBelow(fine, rank + 1), x);
+        value_ = !walks_ || value_ <= low ? low : heldAbove(low, part, countBelow(fine, rank + 1), x);
         const uint8_t *const entering = counts_.coarse(column(x - size_ / 2 + size_));
         const uint8_t *const leaving = counts_.coarse(column(x - size_ / 2));
         coarse_ = _mm256_sub_epi16(_mm256_add_epi16(coarse_, countsAt(entering)), countsAt(leaving));
@@ -155,6 +157,7 @@ private:
     int size_;
     std::ptrdiff_t last_;
     int rank_;
+    bool walks_;
     unsigned value_ = 0; // lets v[rank] pass at first
     __m256i coarse_ = _mm256_setzero_si256();
     __m256i fine_[kParts];

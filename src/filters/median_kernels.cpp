@@ -45,6 +45,14 @@ public:
         }
     }
 
+    /// Moves the candidate down to the least value that reaches the rank.
+    void settleLow()
+    {
+        settle();
+        while (median_ > 0 && atOrBelow_ >= counts_[static_cast<std::size_t>(median_)])
+            atOrBelow_ -= counts_[static_cast<std::size_t>(median_--)];
+    }
+
 private:
     int rank_;
     int median_ = 0;
@@ -69,7 +77,10 @@ void walkChannel(uint8_t *to, const MedianRows &rows, std::size_t channel)
         const std::size_t leaving = place(x - half), entering = place(x - half + rows.size);
         for (const uint8_t *row : used)
             walk.exchange(row[leaving], row[entering]);
-        walk.settle();
+        if (rows.kind == MedianKind::Walked)
+            walk.settle();
+        else
+            walk.settleLow();
     }
 }
 
@@ -83,24 +94,24 @@ void medianPlain(uint8_t *to, const MedianRows &rows)
         walkChannel(to, rows, channel);
 }
 
-MedianRow medianByRanks(int size)
+MedianRow medianByRanks(int size, MedianKind kind)
 {
-    return medianOfSize(size);
+    return medianOfSize(size, kind);
 }
 
 } // namespace kernels
 
-MedianRow medianRow(int size)
+MedianRow medianRow(int size, MedianKind kind)
 {
     if (size > kernels::kLargestByRanks)
         return kernels::medianPlain;
 #if defined(__x86_64__)
     if (cpuLevel() >= CpuLevel::Avx512)
-        return kernels::medianByRanksAvx512(size);
+        return kernels::medianByRanksAvx512(size, kind);
     if (cpuLevel() >= CpuLevel::Avx2)
-        return kernels::medianByRanksAvx2(size);
+        return kernels::medianByRanksAvx2(size, kind);
 #endif
-    return kernels::medianByRanks(size);
+    return kernels::medianByRanks(size, kind);
 }
 
 MedianOfColumns medianOfColumns([[maybe_unused]] int size)

@@ -22,30 +22,38 @@
 namespace velmont {
 
 inline constexpr int kSmallestMedian = 2, kLargestMedian = 32;
+inline constexpr int kLargestBelowMedian = 249;
+
+/// What a window gives.
+enum class MedianKind {
+    Walked, ///< the walk's candidate, for windows of kSmallestMedian to kLargestMedian
+    Below, ///< the sample one rank below the middle, for windows of an odd size from 3 to kLargestBelowMedian
+};
 
 /// The rows of one output row's windows, and what the windows are.
 struct MedianRows {
-    const uint8_t *row[kLargestMedian]; ///< the first `size` count, at column 0 of the image
-    int size;                           ///< 2 to 32
+    const uint8_t *row[kLargestBelowMedian]; ///< the first `size` count, at column 0 of the image
+    int size;
     std::size_t pixels, channels;
+    MedianKind kind = MedianKind::Walked;
 
-    int rank() const { return (size * size + 1) / 2; }
+    int rank() const { return (size * size + (kind == MedianKind::Walked ? 1 : -1)) / 2; }
 };
 
 using MedianRow = void (*)(uint8_t *to, const MedianRows &rows);
-/// The version for a window of this size.
-MedianRow medianRow(int size);
+/// The version for a window of this size, which is for rows of the same kind.
+MedianRow medianRow(int size, MedianKind kind = MedianKind::Walked);
 
 namespace kernels {
 
-/// The walk.
+/// The walk, of either kind.
 void medianPlain(uint8_t *to, const MedianRows &rows);
-/// By ranks, for windows of this size, 2 to kLargestByRanks.
+/// By ranks, for windows of this size, up to kLargestByRanks.
 inline constexpr int kLargestByRanks = 10;
-MedianRow medianByRanks(int size);
+MedianRow medianByRanks(int size, MedianKind kind);
 #if defined(__x86_64__)
-MedianRow medianByRanksAvx2(int size);
-MedianRow medianByRanksAvx512(int size);
+MedianRow medianByRanksAvx2(int size, MedianKind kind);
+MedianRow medianByRanksAvx512(int size, MedianKind kind);
 #endif
 
 } // namespace kernels

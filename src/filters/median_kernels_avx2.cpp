@@ -3,9 +3,9 @@
 
 namespace velmont::kernels {
 
-MedianRow medianByRanksAvx2(int size)
+MedianRow medianByRanksAvx2(int size, MedianKind kind)
 {
-    return medianOfSize(size);
+    return medianOfSize(size, kind);
 }
 
 } // namespace velmont::kernels

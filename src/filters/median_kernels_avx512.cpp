@@ -3,9 +3,9 @@
 
 namespace velmont::kernels {
 
-MedianRow medianByRanksAvx512(int size)
+MedianRow medianByRanksAvx512(int size, MedianKind kind)
 {
-    return medianOfSize(size);
+    return medianOfSize(size, kind);
 }
 
 } // namespace velmont::kernels

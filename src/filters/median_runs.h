@@ -71,10 +71,16 @@ struct Bounds {
     alignas(64) uint8_t high[kMedianChunk];
 };
 
+/// The rank of the middle.
+constexpr int middleRank(int size)
+{
+    return (size * size + 1) / 2;
+}
+
 /// Lists of samples for windows of `size`, by the neighbouring columns that they are of.
-template <int size>
+template <int size, int rank>
 struct RankPlan {
-    static constexpr int kSamples = size * size, kRank = (kSamples + 1) / 2;
+    static constexpr int kSamples = size * size, kRank = rank;
     static constexpr int kFirstHalf = (size + 1) / 2, kSecondHalf = size / 2;
 
     /// A list of more columns is merged from one of as large a power of two as possible and one of the rest.
@@ -128,19 +134,21 @@ struct MergingNetwork {
     static constexpr Network kNetwork = mergingNetwork(a, b);
 };
 
-/// The medians' bounds of windows of one size, chunk by chunk.
-template <int size>
+/// The samples of one rank, and the bounds of the walk, of windows of one size, chunk by chunk.
+template <int size, int rank>
 class RankWindows {
-    using Plan = RankPlan<size>;
+    using Plan = RankPlan<size, rank>;
 
 public:
     explicit RankWindows(const MedianRows &rows) : rows_(rows) {}
 
+    /// \tparam hasHigh whether the high bounds are wanted too
+    template <bool hasHigh>
     void find(Bounds &bounds, std::size_t firstByte, std::size_t bytes)
     {
         gather(firstByte, bytes);
         buildLists(std::make_index_sequence<Plan::kFirstHalf>{}, bytes);
-        selectBounds(bounds, bytes);
+        selectBounds<hasHigh>(bounds, bytes);
     }
 
 private:
@@ -212,6 +220,7 @@ private:
 
     /// The ranks of two lists a and b, counting from 1: of all pairs a[i] and b[rank + 1 - i] the lower ones and what
     /// has no partner make up the `rank` lowest samples, and the higher ones the rest as far as it matters.
+    template <bool hasHigh>
     void selectBounds(Bounds &bounds, std::size_t bytes)
     {
         constexpr int kOfA = Plan::kept(Plan::kFirstHalf), kOfB = Plan::kept(Plan::kSecondHalf);
@@ -238,7 +247,8 @@ private:
             });
             const Lanes one = Lanes{} + uint8_t{1};
             putLanes(bounds.low + at, low);
-            putLanes(bounds.high + at, higher(low, higher(next, one) - one));
+            if constexpr (hasHigh)
+                putLanes(bounds.high + at, higher(low, higher(next, one) - one));
         }
     }
 
@@ -333,18 +343,35 @@ private:
 
 #endif
 
+/// Chunk by chunk: write(to, bounds, bytes).
+template <int size, int rank, bool hasHigh, typename Write>
+void inChunks(uint8_t *to, const MedianRows &rows, Write write)
+{
+    RankWindows<size, rank> windows(rows);
+    Bounds bounds;
+    const std::size_t bytes = rows.pixels * rows.channels;
+    for (std::size_t start = 0; start < bytes; start += kMedianChunk) {
+        const std::size_t count = bytes - start < kMedianChunk ? bytes - start : kMedianChunk;
+        windows.template find<hasHigh>(bounds, start, count);
+        write(to + start, bounds, count);
+    }
+}
+
 template <int size, int channels>
 void medianOfRanks(uint8_t *to, const MedianRows &rows)
 {
-    RankWindows<size> windows(rows);
-    Bounds bounds;
     Walk<channels> walk;
-    const std::size_t bytes = rows.pixels * channels;
-    for (std::size_t start = 0; start < bytes; start += kMedianChunk) {
-        const std::size_t count = bytes - start < kMedianChunk ? bytes - start : kMedianChunk;
-        windows.find(bounds, start, count);
-        walk.along(to + start, bounds, count);
-    }
+    inChunks<size, middleRank(size), true>(
+        to, rows,
+        [&](uint8_t *at, const Bounds &bounds, std::size_t bytes) { walk.along(at, bounds, bytes); });
+}
+
+template <int size>
+void belowMedianByRanks(uint8_t *to, const MedianRows &rows)
+{
+    inChunks<size, middleRank(size) - 1, false>(
+        to, rows,
+        [](uint8_t *at, const Bounds &bounds, std::size_t bytes) { std::memcpy(at, bounds.low, bytes); });
 }
 
 template <int size>
@@ -362,8 +389,13 @@ MedianRow medianOfSize(int size, std::index_sequence<i...>)
     static constexpr MedianRow kRows[] = {medianByRanks<static_cast<int>(i) + kSmallestMedian>...};
     return kRows[size - kSmallestMedian];
 }
-inline MedianRow medianOfSize(int size)
+inline MedianRow medianOfSize(int size, MedianKind kind)
 {
+    if (kind == MedianKind::Below) {
+        static constexpr MedianRow kRows[] = {belowMedianByRanks<3>, belowMedianByRanks<5>,
+                                              belowMedianByRanks<7>, belowMedianByRanks<9>};
+        return kRows[(size - 3) / 2];
+    }
     return medianOfSize(size, std::make_index_sequence<kLargestByRanks - kSmallestMedian + 1>{});
 }
 

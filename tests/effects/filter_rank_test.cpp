@@ -398,12 +398,12 @@ TEST_F(Median, PictureChangedMeanwhile)
 /// The versions by ranks that this machine can run.
 std::vector<MedianRow> byRanks(int size)
 {
-    std::vector<MedianRow> versions{kernels::medianByRanks(size)};
+    std::vector<MedianRow> versions{kernels::medianByRanks(size, MedianKind::Walked)};
 #if defined(__x86_64__)
     if (cpuLevels().back() >= CpuLevel::Avx2)
-        versions.push_back(kernels::medianByRanksAvx2(size));
+        versions.push_back(kernels::medianByRanksAvx2(size, MedianKind::Walked));
     if (cpuLevels().back() >= CpuLevel::Avx512)
-        versions.push_back(kernels::medianByRanksAvx512(size));
+        versions.push_back(kernels::medianByRanksAvx512(size, MedianKind::Walked));
 #endif
     return versions;
 }
