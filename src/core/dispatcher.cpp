@@ -6,6 +6,7 @@
 #include <type_traits>
 #include <velmont/filters.h>
 #include <velmont/geometry.h>
+#include <velmont/painting.h>
 #include <velmont/tone.h>
 
 namespace {
@@ -110,7 +111,9 @@ constexpr std::array kEntries{
     Entry{4603, pass<&ProcessOuterLevel>},
     Entry{4703, pass<&ProcessInnerLevel>},
     Entry{4709, pass<&ProcessSmartBlur>},
+    Entry{4710, pass<&ProcessWaterColor>},
     Entry{4711, pass<&ProcessZigZag>},
+    Entry{4717, pass<&ProcessColorPencil>},
     Entry{4718, pass<&ProcessColorTone>},
     Entry{4719, pass<&ProcessAutoLevel>},
 };

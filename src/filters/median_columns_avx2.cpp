@@ -83,7 +83,8 @@ class Windows {
 public:
     Windows(const MedianRows &rows, const ColumnCounts &counts, std::size_t channel)
         : counts_(counts), channels_(rows.channels), channel_(channel), size_(rows.size),
-          last_(static_cast<std::ptrdiff_t>(rows.pixels) - 1), rank_(rows.rank())
+          last_(static_cast<std::ptrdiff_t>(rows.pixels) - 1), rank_(rows.rank()),
+          restsOnSample_(rows.rest == MedianRest::OnSample)
     {
         for (int i = 0; i < size_; ++i)
             coarse_ = _mm256_add_epi16(coarse_, countsAt(counts.coarse(column(i - size_ / 2))));
@@ -98,7 +99,7 @@ public:
         const int rank = part > 0 ? rank_ - countOf(coarse_, part - 1) : rank_; // within the part
         const __m256i fine = fineAt(part, x);
         const unsigned low = part * kParts + countBelow(fine, rank);
-        value_ = value_ <= low ? low : heldAbove(low, part, countBelow(fine, rank + 1), x);
+        value_ = restsOnSample_ || value_ <= low ? low : heldAbove(low, part, countBelow(fine, rank + 1), x);
         const uint8_t *const entering = counts_.coarse(column(x - size_ / 2 + size_));
         const uint8_t *const leaving = counts_.coarse(column(x - size_ / 2));
         coarse_ = _mm256_sub_epi16(_mm256_add_epi16(coarse_, countsAt(entering)), countsAt(leaving));
@@ -155,6 +156,7 @@ private:
     int size_;
     std::ptrdiff_t last_;
     int rank_;
+    bool restsOnSample_;
     unsigned value_ = 0; // lets v[rank] pass at first
     __m256i coarse_ = _mm256_setzero_si256();
     __m256i fine_[kParts];

@@ -12,7 +12,7 @@ namespace {
 /// The samples of a window counted by value, with the candidate among the values.
 class MedianWalk {
 public:
-    explicit MedianWalk(int rank) : rank_(rank) {}
+    MedianWalk(int rank, MedianRest rest) : rank_(rank), rest_(rest) {}
 
     void count(uint8_t sample) { ++counts_[sample]; }
     /// The first candidate, when all samples of the window are counted.
@@ -43,10 +43,14 @@ public:
             while (atOrBelow_ < 0)
                 atOrBelow_ += counts_[static_cast<std::size_t>(++median_)];
         }
+        if (rest_ == MedianRest::OnSample)
+            while (counts_[static_cast<std::size_t>(median_)] <= atOrBelow_)
+                atOrBelow_ -= counts_[static_cast<std::size_t>(median_--)];
     }
 
 private:
     int rank_;
+    MedianRest rest_;
     int median_ = 0;
     int atOrBelow_ = 0; ///< samples at or below the candidate, less the rank
     std::array<int32_t, 256> counts_{};
@@ -59,7 +63,7 @@ void walkChannel(uint8_t *to, const MedianRows &rows, std::size_t channel)
     const auto place = [&](int64_t column) {
         return static_cast<std::size_t>(std::clamp<int64_t>(column, 0, last)) * rows.channels + channel;
     };
-    MedianWalk walk(rows.rank());
+    MedianWalk walk(rows.rank(), rows.rest);
     for (const uint8_t *row : used)
         for (int i = 0; i < rows.size; ++i)
             walk.count(row[place(i - half)]);

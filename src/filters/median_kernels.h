@@ -23,11 +23,18 @@ namespace velmont {
 
 inline constexpr int kSmallestMedian = 2, kLargestMedian = 32;
 
+/// Where the walk along a row comes to rest.
+enum class MedianRest {
+    WhereRankIsReached, ///< as above, be it on a value that no sample has
+    OnSample            ///< on v[rank], whatever the output before
+};
+
 /// The rows of one output row's windows, and what the windows are.
 struct MedianRows {
     const uint8_t *row[kLargestMedian]; ///< the first `size` count, at column 0 of the image
     int size;                           ///< 2 to 32
     std::size_t pixels, channels;
+    MedianRest rest = MedianRest::WhereRankIsReached;
 
     int rank() const { return (size * size + 1) / 2; }
 };

@@ -343,7 +343,10 @@ void medianOfRanks(uint8_t *to, const MedianRows &rows)
     for (std::size_t start = 0; start < bytes; start += kMedianChunk) {
         const std::size_t count = bytes - start < kMedianChunk ? bytes - start : kMedianChunk;
         windows.find(bounds, start, count);
-        walk.along(to + start, bounds, count);
+        if (rows.rest == MedianRest::OnSample)
+            std::memcpy(to + start, bounds.low, count);
+        else
+            walk.along(to + start, bounds, count);
     }
 }
 

@@ -4,6 +4,7 @@
 /// The start that the neighbourhood filters share: they work on samples, never on indices of colours.
 
 #include "core/effect_frame.h"
+#include "filters/sample_rows.h"
 
 namespace velmont {
 
@@ -40,6 +41,19 @@ inline std::size_t samplesPerPixel(const Dib &image)
 inline std::size_t sampleBytes(const Dib &image)
 {
     return static_cast<std::size_t>(image.width()) * samplesPerPixel(image);
+}
+
+inline SampleRows sampleRows(const Dib &image)
+{
+    return {image.row(0), image.stride(), image.width(), image.height(), samplesPerPixel(image)};
+}
+
+/// The 8-bit picture with its rows behind 256 colours, however many it has: hosts rely on the place.
+inline std::optional<Dib> withRowsBehindAllColors(const Dib &source)
+{
+    DibLayout layout = source.layout();
+    layout.pixelOffset = kGrayPixelOffset;
+    return Dib::withLayout(source.block(), source.blockBytes(), layout);
 }
 
 /// The columns of a picture in strips of neighbours, so that a pass down the columns uses whole cache lines. The

@@ -118,17 +118,6 @@ private:
     uint8_t *rows_ = nullptr; ///< those kept, and behind them one of zeros for all outside the picture
 };
 
-/// The picture with its rows behind 256 colours, however many it has: hosts rely on the place.
-std::optional<Dib> withRowsBehindAllColors(const EffectFrame &frame)
-{
-    if (!frame.serves({8}))
-        return std::nullopt;
-    const Dib &source = frame.source();
-    DibLayout layout = source.layout();
-    layout.pixelOffset = kGrayPixelOffset;
-    return Dib::withLayout(source.block(), source.blockBytes(), layout);
-}
-
 } // namespace
 
 } // namespace velmont
@@ -140,7 +129,8 @@ void *ProcessSoftEdge(void *dib, tagParamSoftEdge *param)
     if (!param || param->radius < 1 || param->radius > kLargestRadius)
         return nullptr;
     EffectFrame frame(dib, {.droppedPoll = false, .finalReport = false}); // cursors only, and no row polls
-    const std::optional<Dib> source = withRowsBehindAllColors(frame);
+    const std::optional<Dib> source =
+        frame.serves({8}) ? withRowsBehindAllColors(frame.source()) : std::nullopt;
     if (!source)
         return nullptr;
     const ResultPlan plan = planOnSamples(*source);
