@@ -48,6 +48,26 @@ constexpr std::array kColorPencilFields{
 };
 static_assert(coverRecord<tagColorPencilParam>(kColorPencilFields));
 
+constexpr std::array kWaterPaperFields{
+    field<&tagWaterPaperParam::brushSize>({.name = "brushSize",
+                                           .unit = "pixels",
+                                           .minimum = 2,
+                                           .maximum = 100,
+                                           .defaultValue = 10,
+                                           .help = "width of the brush; up to 7 it leaves bright dashes"}),
+    field<&tagWaterPaperParam::brightness>({.name = "brightness",
+                                            .minimum = 0,
+                                            .maximum = 100,
+                                            .defaultValue = 50,
+                                            .help = "brightness; 50 leaves it"}),
+    field<&tagWaterPaperParam::contrast>({.name = "contrast",
+                                          .minimum = 0,
+                                          .maximum = 100,
+                                          .defaultValue = 50,
+                                          .help = "contrast; 50 leaves it"}),
+};
+static_assert(coverRecord<tagWaterPaperParam>(kWaterPaperFields));
+
 constexpr std::array kEffects{
     Effect{.name = "color-pencil",
            .exportName = "ProcessColorPencil",
@@ -72,6 +92,19 @@ constexpr std::array kEffects{
            .depths = DepthSamples,
            .call = callWithRecord<&ProcessWaterColor, tagWaterColorParam>,
            .otherDepths = Depth8Paletted},
+    Effect{.name = "water-paper",
+           .exportName = "ProcessWaterPaper",
+           .code = 4716,
+           .family = Family::Artistic,
+           .help = "paint on wet, fibrous paper",
+           .recordName = "tagWaterPaperParam",
+           .recordBytes = sizeof(tagWaterPaperParam),
+           .fields = kWaterPaperFields,
+           .depths = DepthSamples,
+           .random = true,
+           .call = callWithRecord<&ProcessWaterPaper, tagWaterPaperParam>,
+           .otherDepths = Depth8Paletted,
+           .definesPadding = false},
 };
 
 } // namespace

@@ -31,6 +31,24 @@ struct tagWaterColorParam {
 /// patchSize; the answer of one poll before them is dropped.
 VELMONT_API void *ProcessWaterColor(void *dib, tagWaterColorParam *param);
 
+/// The record of ProcessWaterPaper.
+struct tagWaterPaperParam {
+    /// Width of the brush in pixels: a box of half of it softens the picture, dashes appear up to 7, and strokes are
+    /// as long. -1 to 1 is refused like a depth; below that the picture becomes black before the tones change. Where
+    /// the picture with half of it added to both sides comes to 4 GiB, there is no working memory.
+    int32_t brushSize;
+    int32_t brightness; ///< 0 to 100; 50 leaves it
+    int32_t contrast;   ///< 0 to 100; 50 leaves it, 0 makes all pixels equally bright
+};
+
+/// Paint on wet, fibrous paper: the picture is softened, brightness and contrast change and leave hue and saturation,
+/// bright dashes are scattered, and short strokes smear the dark parts along the rows and columns. The box of the
+/// softening keeps its first column along the whole row. Dashes and strokes are drawn at random, each seeded with the
+/// second of the clock; hosts find the generator seeded after an abort too. The padding of the result's rows is
+/// undefined. Each of the four passes polls and reports at each row and has a quarter of the progress; the answer of
+/// one poll before them is dropped, and the arrow cursor comes before the last report.
+VELMONT_API void *ProcessWaterPaper(void *dib, tagWaterPaperParam *param);
+
 /// The record of ProcessColorPencil.
 struct tagColorPencilParam {
     /// A stroke is strokeSetting + 5 pixels long, and (strokeSetting / 2 + 87) * 8 / 15 percent, rounded down, of the

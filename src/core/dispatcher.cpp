@@ -113,6 +113,7 @@ constexpr std::array kEntries{
     Entry{4709, pass<&ProcessSmartBlur>},
     Entry{4710, pass<&ProcessWaterColor>},
     Entry{4711, pass<&ProcessZigZag>},
+    Entry{4716, pass<&ProcessWaterPaper>},
     Entry{4717, pass<&ProcessColorPencil>},
     Entry{4718, pass<&ProcessColorTone>},
     Entry{4719, pass<&ProcessAutoLevel>},
