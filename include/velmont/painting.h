@@ -54,14 +54,15 @@ struct tagColorPencilParam {
     /// A stroke is strokeSetting + 5 pixels long, and (strokeSetting / 2 + 87) * 8 / 15 percent, rounded down, of the
     /// pixels that could start one do not. Useful from 0 to 200.
     int32_t strokeSetting;
-    int32_t pressure;     ///< weight of the pencil; from 0 to 50 samples stay within a byte, beyond they wrap
-    int32_t coverage;     ///< how much is left alone: 5 percent of the pixels for each, 4.5 at 8 bits; 0 is refused
+    int32_t pressure; ///< weight of the pencil; from 0 to 50 samples stay within a byte, beyond they wrap
+    int32_t
+        coverage; ///< how much is left alone: 5 percent of the pixels for each, 4.5 at 8 bits; 0 is refused
     uint32_t pencilColor; ///< 0x00BBGGRR; at 8 bits 0.2 red, 0.7 green and 0.1 blue of it
 };
 
-/// Hatching in the colour of a pencil over all but the edges of a picture: strokes to the upper right and strokes to the
-/// upper left, of stored rows, which are mixed one to three and smoothed by a median of 3 by 3 pixels, at 8 bits of 2 by
-/// 2. Where strokes start is drawn at random from the state that the generator is in, which goes on from there: one
+/// Hatching in the colour of a pencil over all but the edges of a picture: strokes to the right and strokes to the left,
+/// each towards the first stored row, which are mixed one to three and smoothed by a median of 3 by 3 pixels, at 8 bits
+/// of 2 by 2. Where strokes start is drawn at random from the state that the generator is in, which goes on from there: one
 /// number for each pixel that is no edge, twice. No polls and no progress. A coverage of 0 gives 0 behind the arrow
 /// cursor, and hosts know that one lock stays on the source and that the block of a result is lost.
 VELMONT_API void *ProcessColorPencil(void *dib, tagColorPencilParam *param);

@@ -37,7 +37,9 @@ public:
         int16_t *const first = strengths_ + width_ * height_, *const second = first + width_;
         auto *const lines = reinterpret_cast<uint8_t *>(second + width_);
         std::memset(lines, 0, 3 * lineBytes(source_));
-        const auto line = [&](std::size_t y) { return lines + y % 3 * lineBytes(source_) + source_.channels; };
+        const auto line = [&](std::size_t y) {
+            return lines + y % 3 * lineBytes(source_) + source_.channels;
+        };
         std::memcpy(line(0), source_.row(0), source_.rowBytes());
         for (std::size_t y = 0; y < height_; ++y) {
             if (y + 1 < height_)
@@ -193,8 +195,8 @@ private:
     /// Pixels of a stroke, as many as can be seen.
     static std::size_t lengthFor(const SampleRows &source, const tagColorPencilParam &setting)
     {
-        return static_cast<std::size_t>(
-            std::clamp<int64_t>(int64_t{setting.strokeSetting} + 5, 0, std::min(source.width, source.height)));
+        return static_cast<std::size_t>(std::clamp<int64_t>(int64_t{setting.strokeSetting} + 5, 0,
+                                                            std::min(source.width, source.height)));
     }
     static std::size_t keptRows(const SampleRows &source, const tagColorPencilParam &setting)
     {

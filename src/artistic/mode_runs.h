@@ -4,8 +4,8 @@
 /// The loops of the mode filter; each source that includes them compiles them for its instruction set. All of it has
 /// internal linkage and calls nothing outside.
 ///
-/// One histogram goes along a row. It grows by two columns a pixel, slides by one, and ends in a stretch that hosts know
-/// for what it is: at 24 bits it takes out what lies behind the row's pixels, at 8 bits it shrinks by one column.
+/// One histogram goes along a row. It grows by two columns a pixel, slides by one, and ends in a stretch that hosts
+/// rely on: at 24 bits it takes out what lies behind the row's pixels, at 8 bits it shrinks by one column.
 /// Column 2 * radius - 1 leaves without having entered, which is why counts are held or go below 0.
 
 #include "artistic/mode_kernels.h"

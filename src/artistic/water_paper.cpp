@@ -28,10 +28,7 @@ struct Brush {
     /// Pixels that the box reaches beyond the picture, both ways together.
     int64_t padding() const { return half - half % 2; }
     /// Whether a mark around this place lies within a line of this length.
-    bool fits(int64_t place, int64_t length) const
-    {
-        return place >= half && place <= length - half - odd;
-    }
+    bool fits(int64_t place, int64_t length) const { return place >= half && place <= length - half - odd; }
 };
 
 /// Means over boxes of n by n pixels, each row of which starts padding / 2 above and before its pixel.
@@ -195,9 +192,8 @@ void changeTones(EffectFrame &frame, std::size_t channels, const tagWaterPaperPa
         if (channels == 3)
             toneRow(row, width, values.data());
         else
-            std::transform(row, row + width, row, [&](uint8_t level) {
-                return static_cast<uint8_t>(values[level] * 255.0);
-            });
+            std::transform(row, row + width, row,
+                           [&](uint8_t level) { return static_cast<uint8_t>(values[level] * 255.0); });
     }
 }
 

@@ -67,11 +67,12 @@ struct Peculiarity {
     bool leavesWaitCursor = false;      ///< at the end of its work at 24 bits
     bool needsAllColors = false;        ///< at 8 bits its rows lie behind 256 of them
     bool isBlankWithoutScratch = false; ///< a blank image where only its working memory cannot be had
-    bool answersAnyDepth = false;  ///< depths of no effect: with a block of zeros, or as if they had 1 bit
-    bool mayEndUnreported = false; ///< an abort, where a part without progress was aborted
+    bool answersAnyDepth = false;   ///< depths of no effect: with a block of zeros, or as if they had 1 bit
+    bool mayEndUnreported = false;  ///< an abort, where a part without progress was aborted
     bool arrowBeforeReport = false; ///< the arrow cursor comes before the last report
-    bool losesWithoutScratch = false; ///< a lock on the source and the result's block, where it has no working memory
-    bool mayMissParts = false;     ///< a result all the same where a part's memory cannot be had
+    bool losesWithoutScratch =
+        false; ///< a lock on the source and the result's block, where it has no working memory
+    bool mayMissParts = false; ///< a result all the same where a part's memory cannot be had
 };
 
 constexpr Peculiarity kPeculiarities[] = {
@@ -198,7 +199,8 @@ void clearPadding(Bytes &block)
     ASSERT_TRUE(header.biBitCount == 24 || header.biBitCount == 8);
     const std::size_t stride = strideFor(header.biWidth, header.biBitCount),
                       used = header.biBitCount / 8 * static_cast<std::size_t>(header.biWidth);
-    for (std::size_t row = sizeof header + 4 * std::size_t{header.biClrUsed}; row < block.size(); row += stride)
+    for (std::size_t row = sizeof header + 4 * std::size_t{header.biClrUsed}; row < block.size();
+         row += stride)
         std::fill_n(block.begin() + static_cast<std::ptrdiff_t>(row + used), stride - used, uint8_t{0});
 }
 

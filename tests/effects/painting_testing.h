@@ -64,7 +64,7 @@ inline Bytes withoutPadding(const Pieces &image, Bytes block)
     return block;
 }
 
-/// The median of a square by sorting it.
+/// The median of a square by ordering it.
 inline Canvas sortedMedian(const Canvas &source, Canvas to, int n)
 {
     if (n == 1)
@@ -79,8 +79,9 @@ inline Canvas sortedMedian(const Canvas &source, Canvas to, int n)
                     for (int64_t i = x - n / 2; i < x - n / 2 + n; ++i)
                         window.push_back(source.at(std::clamp<int64_t>(j, 0, source.height - 1),
                                                    std::clamp<int64_t>(i, 0, source.width - 1), channel));
-                std::sort(window.begin(), window.end());
-                to.at(y, x, channel) = window[static_cast<std::size_t>((n * n + 1) / 2 - 1)];
+                const auto middle = window.begin() + (n * n + 1) / 2 - 1;
+                std::nth_element(window.begin(), middle, window.end());
+                to.at(y, x, channel) = *middle;
             }
     return to;
 }
@@ -117,7 +118,8 @@ inline void expectPaintingRules(const Effect &effect)
 
 /// Without working memory, from the second allocation to the one numbered `last`, a lock stays on the source and the
 /// block of the result stays behind; without the result's nothing does.
-inline void expectLostWithoutScratch(const Pieces &image, const Effect &effect, int last, const Events &events)
+inline void expectLostWithoutScratch(const Pieces &image, const Effect &effect, int last,
+                                     const Events &events)
 {
     const NothingLost check;
     const Restore restore;
