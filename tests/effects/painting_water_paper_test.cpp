@@ -296,7 +296,7 @@ TEST_F(WaterPaper, TonesByHand)
 TEST_F(WaterPaper, EveryMeasureAsThePlainLoop)
 {
     constexpr std::array kSizes{10, 2, 7, 3, 8, 4, 15, 5, 6, 21, 30, -2, -7, 9};
-    constexpr std::array kTones{std::pair{50, 50}, {60, 40}, {30, 70}, {50, 0}, {90, 100}};
+    constexpr std::array<std::pair<int, int>, 5> kTones{{{50, 50}, {60, 40}, {30, 70}, {50, 0}, {90, 100}}};
     std::size_t next = 0;
     for (int width = 1; width <= 40; ++width)
         for (int height = 1; height <= 18; ++height)
