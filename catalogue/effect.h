@@ -119,6 +119,8 @@ struct Effect {
     int smallestSide = 1;
     bool definesPadding = true; ///< of the result's rows
     int blocksLeft = 0;         ///< that nobody holds, by each run that gives a result
+    /// Where it has no working memory a lock stays on the source, and the locked block of the result is lost.
+    bool losesWithoutScratch = false;
     bool usesCreateDib = false; ///< which leaves a block behind where it cannot lock it
 };
 

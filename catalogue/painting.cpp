@@ -80,7 +80,8 @@ constexpr std::array kEffects{
            .depths = DepthSamples,
            .random = true,
            .call = callWithRecord<&ProcessColorPencil, tagColorPencilParam>,
-           .otherDepths = Depth8Paletted},
+           .otherDepths = Depth8Paletted,
+           .losesWithoutScratch = true},
     Effect{.name = "water-color",
            .exportName = "ProcessWaterColor",
            .code = 4710,
@@ -91,7 +92,8 @@ constexpr std::array kEffects{
            .fields = kWaterColorFields,
            .depths = DepthSamples,
            .call = callWithRecord<&ProcessWaterColor, tagWaterColorParam>,
-           .otherDepths = Depth8Paletted},
+           .otherDepths = Depth8Paletted,
+           .losesWithoutScratch = true},
     Effect{.name = "water-paper",
            .exportName = "ProcessWaterPaper",
            .code = 4716,
@@ -104,7 +106,8 @@ constexpr std::array kEffects{
            .random = true,
            .call = callWithRecord<&ProcessWaterPaper, tagWaterPaperParam>,
            .otherDepths = Depth8Paletted,
-           .definesPadding = false},
+           .definesPadding = false,
+           .losesWithoutScratch = true},
 };
 
 } // namespace

@@ -120,8 +120,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
         applyEffect(dib, effect, record, control);
     }
     KelMemFree(dib);
-    // A late refusal loses a locked block.
-    const long mayLose = effect.smallestSide > 1 ? 1 : 0;
+    // A late refusal loses a locked block, and so may a failure.
+    const long mayLose = effect.smallestSide > 1 || effect.losesWithoutScratch ? 1 : 0;
     const long mayLeave = effect.blocksLeft + (effect.usesCreateDib && control.failLock > 0 ? 1 : 0);
     const long lost = memory_hooks::counts().locks - before.locks;
     const long left = memory_hooks::counts().blocks - before.blocks - lost;

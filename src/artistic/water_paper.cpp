@@ -340,22 +340,17 @@ private:
     double chance_;
 };
 
-/// Bytes of the working memory: the mirrored picture or the packed one, whichever is larger; more than there can be
-/// where 32 bits do not hold them.
-std::size_t sheetBytes(const SampleRows &source, const Brush &brush)
+/// Bytes of the working memory: the sums of a row's boxes and the packed picture. More than there can be where 32 bits do
+/// not hold a picture with all that its boxes reach: hosts rely on no result there.
+std::size_t workBytes(const SampleRows &source, const Brush &brush)
 {
     const auto padded = [&](int length) {
         return static_cast<uint64_t>(std::max<int64_t>(length, length + brush.padding()));
     };
-    const uint64_t bytes = padded(source.width) * padded(source.height) * source.channels;
-    return bytes <= UINT32_MAX ? static_cast<std::size_t>(bytes) : SIZE_MAX;
-}
-
-/// The same with the sums of a row's boxes before it.
-std::size_t workBytes(const SampleRows &source, const Brush &brush)
-{
-    const std::size_t sheet = sheetBytes(source, brush);
-    return sheet == SIZE_MAX ? sheet : sheet + sizeof(uint32_t) * WaterBox::sumCount(source, brush);
+    if (padded(source.width) * padded(source.height) > UINT32_MAX / source.channels)
+        return SIZE_MAX;
+    return sizeof(uint32_t) * WaterBox::sumCount(source, brush) +
+           source.rowBytes() * static_cast<std::size_t>(source.height);
 }
 
 } // namespace

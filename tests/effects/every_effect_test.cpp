@@ -70,25 +70,20 @@ struct Peculiarity {
     bool answersAnyDepth = false;   ///< depths of no effect: with a block of zeros, or as if they had 1 bit
     bool mayEndUnreported = false;  ///< an abort, where a part without progress was aborted
     bool arrowBeforeReport = false; ///< the arrow cursor comes before the last report
-    bool losesWithoutScratch =
-        false; ///< a lock on the source and the result's block, where it has no working memory
-    bool mayMissParts = false; ///< a result all the same where a part's memory cannot be had
+    bool mayMissParts = false;      ///< a result all the same where a part's memory cannot be had
 };
 
 constexpr Peculiarity kPeculiarities[] = {
     {.exportName = "CreateMagicMaskFromDib", .answersAnyDepth = true, .mayEndUnreported = true},
     {.exportName = "ProcessBrightnessAndContrast", .showsCursorFirst = true},
-    {.exportName = "ProcessColorPencil", .showsCursorFirst = true, .losesWithoutScratch = true},
+    {.exportName = "ProcessColorPencil", .showsCursorFirst = true},
     {.exportName = "ProcessExactRotate", .answersAnyDepth = true},
     {.exportName = "ProcessHueAndSaturation", .showsCursorFirst = true},
     {.exportName = "ProcessInnerLevel", .leavesWaitCursor = true},
     {.exportName = "ProcessSeedFill", .mayEndUnreported = true, .mayMissParts = true},
     {.exportName = "ProcessSoftEdge", .needsAllColors = true},
-    {.exportName = "ProcessWaterColor", .showsCursorFirst = true, .losesWithoutScratch = true},
-    {.exportName = "ProcessWaterPaper",
-     .showsCursorFirst = true,
-     .arrowBeforeReport = true,
-     .losesWithoutScratch = true},
+    {.exportName = "ProcessWaterColor", .showsCursorFirst = true},
+    {.exportName = "ProcessWaterPaper", .showsCursorFirst = true, .arrowBeforeReport = true},
     {.exportName = "ProcessWrinkle", .isBlankWithoutScratch = true},
 };
 
@@ -159,7 +154,7 @@ private:
         if (result) {
             EXPECT_EQ(left.size(), mostLeft);
         }
-        const bool mayLose = effect_.usesCreateDib || peculiarityOf(effect_).losesWithoutScratch;
+        const bool mayLose = effect_.usesCreateDib || effect_.losesWithoutScratch;
         left.resize(std::min(left.size(), result ? mostLeft : std::size_t{mayLose}));
         for (void *const handle : left)
             KelMemFree(handle);
@@ -255,7 +250,7 @@ protected:
     }
 
     /// Locks on the source after a failure.
-    int mostLocksLeft() const { return effect_.locksLeft + (peculiarity_.losesWithoutScratch ? 1 : 0); }
+    int mostLocksLeft() const { return effect_.locksLeft + (effect_.losesWithoutScratch ? 1 : 0); }
 
     /// Where the wait cursor was shown the arrow must be back at the end.
     void expectArrowAtTheEnd(const Events &events, const std::string &what)
