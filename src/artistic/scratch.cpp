@@ -1,6 +1,7 @@
 #include "core/effect_frame.h"
 #include "core/scratch_block.h"
-#include "filters/median_filter.h"
+#include "filters/median_pass.h"
+#include "filters/sample_frame.h"
 #include <cstdlib>
 #include <cstring>
 #include <velmont/restoration.h>
@@ -18,7 +19,7 @@ public:
         : bytes_(3 * static_cast<std::size_t>(source.width())), isZero_(radius == 0)
     {
         if (!isZero_)
-            filter_.emplace(source, 2 * radius + 1, MedianKind::Below);
+            pass_.emplace(sampleRows(source), 2 * radius + 1, MedianKind::Below);
     }
 
     void write(uint8_t *to, int y)
@@ -26,17 +27,17 @@ public:
         if (isZero_) // no sample need lie at or below them
             std::memset(to, 0, bytes_);
         else
-            filter_->write(to, y);
+            pass_->writeNext(to);
         // Hosts rely on the picture's first pixel to be held against white.
         if (y == 0)
             std::memset(to, 255, 3);
     }
-    void release() { filter_.reset(); }
+    void release() { pass_.reset(); }
 
 private:
     std::size_t bytes_;
     bool isZero_;
-    std::optional<MedianFilter> filter_;
+    std::optional<MedianPass> pass_;
 };
 
 /// Pixels of which all channels lie within `threshold` of their medians, and the medians for the others.

@@ -126,10 +126,13 @@ constexpr std::array kEntries{
     Entry{4707, pass<&ProcessGlowEdge>},
     Entry{4708, pass<&ProcessFur>},
     Entry{4709, pass<&ProcessSmartBlur>},
+    Entry{4710, pass<&ProcessWaterColor>},
     Entry{4711, pass<&ProcessZigZag>},
     Entry{4712, pass<&ProcessChalk>},
     Entry{4713, pass<&ProcessSmokedGlass>},
     Entry{4714, pass<&ProcessScratch>},
+    Entry{4716, pass<&ProcessWaterPaper>},
+    Entry{4717, pass<&ProcessColorPencil>},
     Entry{4718, pass<&ProcessColorTone>},
     Entry{4719, pass<&ProcessAutoLevel>},
 };

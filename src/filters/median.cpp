@@ -1,4 +1,4 @@
-#include "filters/median_filter.h"
+#include "filters/median_pass.h"
 #include "filters/sample_frame.h"
 #include <velmont/filters.h>
 
@@ -14,11 +14,12 @@ void *ProcessMedian(void *dib, tagParamMedian *param)
         return nullptr;
     if (!frame.begin(planOnSamples(frame.source())))
         return nullptr;
-    MedianFilter filter(frame.source(), size, MedianKind::Walked);
-    for (int y : frame.rows()) {
-        filter.write(frame.result().row(y), y);
-        frame.clearPadding(y);
+    {
+        MedianPass medians(sampleRows(frame.source()), size, MedianKind::Walked);
+        for (int y : frame.rows()) {
+            medians.writeNext(frame.result().row(y));
+            frame.clearPadding(y);
+        }
     }
-    filter.release();
     return frame.finish();
 }

@@ -27,6 +27,7 @@ inline constexpr int kLargestBelowMedian = 249;
 /// What a window gives.
 enum class MedianKind {
     Walked, ///< the walk's candidate, for windows of kSmallestMedian to kLargestMedian
+    Middle, ///< the sample v[rank], whatever the output before, for the same windows
     Below, ///< the sample one rank below the middle, for windows of an odd size from 3 to kLargestBelowMedian
 };
 
@@ -37,7 +38,7 @@ struct MedianRows {
     std::size_t pixels, channels;
     MedianKind kind = MedianKind::Walked;
 
-    int rank() const { return (size * size + (kind == MedianKind::Walked ? 1 : -1)) / 2; }
+    int rank() const { return (size * size + (kind == MedianKind::Below ? -1 : 1)) / 2; }
 };
 
 using MedianRow = void (*)(uint8_t *to, const MedianRows &rows);

@@ -362,8 +362,12 @@ void medianOfRanks(uint8_t *to, const MedianRows &rows)
 {
     Walk<channels> walk;
     inChunks<size, middleRank(size), true>(
-        to, rows,
-        [&](uint8_t *at, const Bounds &bounds, std::size_t bytes) { walk.along(at, bounds, bytes); });
+        to, rows, [&](uint8_t *at, const Bounds &bounds, std::size_t bytes) {
+            if (rows.kind == MedianKind::Middle)
+                std::memcpy(at, bounds.low, bytes);
+            else
+                walk.along(at, bounds, bytes);
+        });
 }
 
 template <int size>

@@ -4,6 +4,7 @@
 /// The start that the neighbourhood filters share: they work on samples, never on indices of colours.
 
 #include "core/effect_frame.h"
+#include "filters/sample_rows.h"
 
 namespace velmont {
 
@@ -53,6 +54,11 @@ inline std::size_t samplesPerPixel(const Dib &image)
 inline std::size_t sampleBytes(const Dib &image)
 {
     return static_cast<std::size_t>(image.width()) * samplesPerPixel(image);
+}
+
+inline SampleRows sampleRows(const Dib &image)
+{
+    return {image.row(0), image.stride(), image.width(), image.height(), samplesPerPixel(image)};
 }
 
 /// The columns of a picture in strips of neighbours, so that a pass down the columns uses whole cache lines. The

@@ -78,6 +78,7 @@ constexpr Peculiarity kPeculiarities[] = {
     {.exportName = "CreateMagicMaskFromDib", .answersAnyDepth = true, .mayEndUnreported = true},
     {.exportName = "ProcessBrightnessAndContrast", .showsCursorFirst = true},
     {.exportName = "ProcessChalk", .showsCursorFirst = true, .needsAllColors = true},
+    {.exportName = "ProcessColorPencil", .showsCursorFirst = true},
     {.exportName = "ProcessExactRotate", .answersAnyDepth = true},
     {.exportName = "ProcessFur", .needsAllColors = true, .mayEndUnreported = true, .outlivesAborts = true},
     {.exportName = "ProcessHueAndSaturation", .showsCursorFirst = true},
@@ -86,6 +87,8 @@ constexpr Peculiarity kPeculiarities[] = {
     {.exportName = "ProcessScratch", .reportsLast = true},
     {.exportName = "ProcessSeedFill", .mayEndUnreported = true, .mayMissParts = true},
     {.exportName = "ProcessSoftEdge", .needsAllColors = true},
+    {.exportName = "ProcessWaterColor", .showsCursorFirst = true},
+    {.exportName = "ProcessWaterPaper", .showsCursorFirst = true, .reportsLast = true},
     {.exportName = "ProcessWrinkle", .isBlankWithoutScratch = true},
 };
 
@@ -193,10 +196,11 @@ void clearPadding(Bytes &block)
 {
     DibHeader header;
     std::memcpy(&header, block.data(), sizeof header);
-    ASSERT_EQ(header.biBitCount, 24);
-    const std::size_t stride = strideFor(header.biWidth, 24),
-                      used = 3 * static_cast<std::size_t>(header.biWidth);
-    for (std::size_t row = sizeof header; row < block.size(); row += stride)
+    ASSERT_TRUE(header.biBitCount == 24 || header.biBitCount == 8);
+    const std::size_t stride = strideFor(header.biWidth, header.biBitCount),
+                      used = header.biBitCount / 8 * static_cast<std::size_t>(header.biWidth);
+    for (std::size_t row = sizeof header + 4 * std::size_t{header.biClrUsed}; row < block.size();
+         row += stride)
         std::fill_n(block.begin() + static_cast<std::ptrdiff_t>(row + used), stride - used, uint8_t{0});
 }
 

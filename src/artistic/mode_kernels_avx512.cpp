@@ -1,0 +1,11 @@
+// Compiled for AVX-512: the loops of the plain version, which become longer vectors here.
+#include "artistic/mode_runs.h"
+
+namespace velmont::kernels {
+
+ModeKernels modeAvx512(int64_t radius)
+{
+    return modeOfRadius(radius);
+}
+
+} // namespace velmont::kernels

@@ -1,0 +1,11 @@
+// Compiled for AVX-512: the loops of the plain version, which become longer vectors here.
+#include "artistic/pencil_runs.h"
+
+namespace velmont::kernels {
+
+PencilKernels pencilAvx512()
+{
+    return pencilLoops();
+}
+
+} // namespace velmont::kernels

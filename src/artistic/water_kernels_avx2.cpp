@@ -1,0 +1,11 @@
+// Compiled for AVX2: the loops of the plain version, which become longer vectors here.
+#include "artistic/water_runs.h"
+
+namespace velmont::kernels {
+
+void waterToneAvx2(uint8_t *pixels, std::size_t count, const double *values)
+{
+    waterTone(pixels, count, values);
+}
+
+} // namespace velmont::kernels
