@@ -12,6 +12,7 @@
 #include <velmont/geometry.h>
 #include <velmont/masks.h>
 #include <velmont/memory.h>
+#include <velmont/painting.h>
 #include <velmont/platform.h>
 #include <velmont/tone.h>
 #include <velmont/version.h>

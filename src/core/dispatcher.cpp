@@ -6,6 +6,7 @@
 #include <type_traits>
 #include <velmont/filters.h>
 #include <velmont/geometry.h>
+#include <velmont/painting.h>
 #include <velmont/tone.h>
 
 namespace {
@@ -111,6 +112,7 @@ constexpr std::array kEntries{
     Entry{4703, pass<&ProcessInnerLevel>},
     Entry{4709, pass<&ProcessSmartBlur>},
     Entry{4711, pass<&ProcessZigZag>},
+    Entry{4715, pass<&ProcessStainedGlass>},
     Entry{4718, pass<&ProcessColorTone>},
     Entry{4719, pass<&ProcessAutoLevel>},
 };

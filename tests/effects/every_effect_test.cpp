@@ -80,6 +80,7 @@ constexpr Peculiarity kPeculiarities[] = {
     {.exportName = "ProcessInnerLevel", .leavesWaitCursor = true},
     {.exportName = "ProcessSeedFill", .mayEndUnreported = true, .mayMissParts = true},
     {.exportName = "ProcessSoftEdge", .needsAllColors = true},
+    {.exportName = "ProcessStainedGlass", .showsCursorFirst = true},
     {.exportName = "ProcessWrinkle", .isBlankWithoutScratch = true},
 };
 
