@@ -22,6 +22,8 @@ double loadLeadColor(const void *record)
     return bytes[0] << 16 | bytes[1] << 8 | bytes[2];
 }
 
+constexpr std::array kLeadEdges{Choice{"wide", 0}, Choice{"thin", 1}};
+
 constexpr std::array kStainedGlassFields{
     field<&tagStainedGlassParam::cellDivisor>({.name = "cellDivisor",
                                                .unit = "pixels",
@@ -54,10 +56,17 @@ constexpr std::array kStainedGlassFields{
                                          .maximum = 10,
                                          .defaultValue = 3,
                                          .help = "strength of the light in the middle"}),
+    field<&tagStainedGlassParam::lineWidthWork>({.name = "lineWidthWork",
+                                                 .minimum = 0,
+                                                 .maximum = 1,
+                                                 .defaultValue = 0,
+                                                 .help = "what lead the soft edges are made for",
+                                                 .choices = kLeadEdges}),
 };
-static_assert(coverRecord<tagStainedGlassParam>(kStainedGlassFields,
-                                                sizeof(tagStainedGlassParam) -
-                                                    offsetof(tagStainedGlassParam, lineSlope)));
+/// Beside `lineWidthWork`.
+constexpr std::size_t kWorkingStorage =
+    sizeof(tagStainedGlassParam) - offsetof(tagStainedGlassParam, lineSlope) - sizeof(int32_t);
+static_assert(coverRecord<tagStainedGlassParam>(kStainedGlassFields, kWorkingStorage));
 
 constexpr std::array kEffects{
     Effect{.name = "stained-glass",

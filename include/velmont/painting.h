@@ -9,8 +9,9 @@
 #include <cstdint>
 #include <velmont/export.h>
 
-/// The record of ProcessStainedGlass. The first four fields are the caller's; the rest is working storage that the
-/// effect writes once there is memory for its work, so that the record has to be there whole. Nothing but `lineWidthWork` of it is read.
+/// The record of ProcessStainedGlass. The first four fields, up to `light`, are the caller's; the rest is working storage
+/// that the effect writes once there is memory for its work, so that the record has to be there whole. Of that storage
+/// nothing but `lineWidthWork` is read.
 struct tagStainedGlassParam {
     /// Size of the panes in pixels: the image has a column of cells for each 1.9 times of it. From 1 on, below is
     /// refused; 2 counts as 3.

@@ -223,7 +223,7 @@ private:
     const GlassPixels &pixels_;
     double &slope_;
     int64_t half_; ///< pixels of a line on either side of its middle
-    const double color_[3];
+    const int color_[3];
     LineCoverage coverage_;
 };
 
