@@ -119,6 +119,7 @@ struct Effect {
     int smallestSide = 1;
     bool definesPadding = true; ///< of the result's rows
     int blocksLeft = 0;         ///< that nobody holds, by each run that gives a result
+    std::size_t workBytes = 0;  ///< of the record, which the effect writes and nobody sets
     bool usesCreateDib = false; ///< which leaves a block behind where it cannot lock it
 };
 

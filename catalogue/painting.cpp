@@ -14,6 +14,7 @@ void storeLeadColor(void *record, double value)
     uint8_t *const bytes = static_cast<tagStainedGlassParam *>(record)->leadColor;
     for (int i = 0; i < 3; ++i)
         bytes[i] = static_cast<uint8_t>(color >> 8 * (2 - i));
+    static_cast<tagStainedGlassParam *>(record)->leadColorReserved = 0;
 }
 
 double loadLeadColor(const void *record)
@@ -80,7 +81,8 @@ constexpr std::array kEffects{
            .depths = Depth24,
            .random = true,
            .call = callWithRecord<&ProcessStainedGlass, tagStainedGlassParam>,
-           .definesPadding = false},
+           .definesPadding = false,
+           .workBytes = kWorkingStorage},
 };
 
 } // namespace
