@@ -70,7 +70,7 @@ void buildLineFalloff(tagStainedGlassParam &work)
 /// How far lead at a distance from a line's middle covers a pixel.
 class LineCoverage {
 public:
-    LineCoverage(const tagStainedGlassParam &work)
+    explicit LineCoverage(const tagStainedGlassParam &work)
         : falloff_(work.lineFalloff), isThin_(work.lineWidthWork == 1), half_(work.lineWidthWork * 0.5)
     {
     }
@@ -96,7 +96,6 @@ private:
 /// Draws lines of one width. Distances are looked up, not worked out.
 class LeadPen {
 public:
-    /// Lead that hides whole images does not need a width of more than these 31 bits.
     LeadPen(const GlassPixels &pixels, tagStainedGlassParam &work, int width)
         : pixels_(pixels), slope_(work.lineSlope),
           half_((int64_t{width} + 1) / 2), color_{work.leadColor[0], work.leadColor[1], work.leadColor[2]},
@@ -108,9 +107,9 @@ public:
     {
         slope_ = 0;
         if (from.x == to.x)
-            straight(kUpright, from.y, to.y, from.x);
+            straight(View(pixels_, true), from.y, to.y, from.x);
         else if (from.y == to.y)
-            straight(kLevel, from.x, to.x, from.y);
+            straight(View(pixels_, false), from.x, to.x, from.y);
         else
             slanted({from.x, from.y}, {to.x, to.y});
     }
@@ -125,22 +124,28 @@ private:
     struct Place {
         int64_t along, across;
     };
-    static constexpr bool kLevel = false, kUpright = true;
-
-    /// The image as a line sees it: along columns, or along rows for one that is upright rather than level; across
-    /// from the other end for one that falls.
+    /// The image as a line sees it. Lines that are upright rather than level go along rows instead of columns, and lines
+    /// that fall see rows or columns across them with a minus.
     struct View {
         int64_t alongSize, acrossSize;
         int64_t alongStep, acrossStep; ///< places from one pixel to the next
+        int64_t firstAcross = 0;
 
-        View(const GlassPixels &pixels, bool isUpright)
+        View(const GlassPixels &pixels, bool isUpright, bool isFalling = false)
             : alongSize(pixels.width()), acrossSize(pixels.height()), alongStep(1), acrossStep(pixels.width())
         {
             if (isUpright) {
                 std::swap(alongSize, acrossSize);
                 std::swap(alongStep, acrossStep);
             }
+            if (isFalling) {
+                acrossStep = -acrossStep;
+                firstAcross = 1 - acrossSize;
+            }
         }
+        bool has(int64_t along) const { return along >= 0 && along < alongSize; }
+        int64_t lastAcross() const { return firstAcross + acrossSize - 1; }
+        int64_t place(const Place &at) const { return at.along * alongStep + at.across * acrossStep; }
     };
 
     /// Sets what the lines read from the record.
@@ -157,13 +162,11 @@ private:
         return work;
     }
 
-    void straight(bool isUpright, int64_t from, int64_t to, int64_t across)
+    void straight(const View &view, int64_t from, int64_t to, int64_t across)
     {
-        const View view(pixels_, isUpright);
-        const int64_t first = std::max<int64_t>(std::min(from, to), 0);
         const int64_t last = std::min(std::max(from, to), view.alongSize - 1);
-        for (int64_t along = first; along <= last; ++along)
-            acrossLine(view, {along, across}, 1, 0, false);
+        for (int64_t along = std::max<int64_t>(std::min(from, to), 0); along <= last; ++along)
+            acrossLine(view, {along, across}, 1, 0);
     }
 
     /// By whole steps, as lines of one pixel are drawn, each with its distance from the true line.
@@ -179,38 +182,31 @@ private:
         }
         if (to.along < from.along)
             std::swap(from, to);
-        const View view(pixels_, isUpright);
+        const View view(pixels_, isUpright, isFalling);
         const int64_t dx = to.along - from.along, dy = to.across - from.across;
         const double inverse = 1 / (2 * std::sqrt(static_cast<double>(dx * dx + dy * dy)));
         const double stepAcross = static_cast<double>(-2 * dx) * inverse;
-        acrossLine(view, from, stepAcross, 0, isFalling);
+        acrossLine(view, from, stepAcross, 0);
         int64_t decision = dx - 2 * dy;
         // The last column is not drawn: hosts rely on it.
         for (Place at{from.along + 1, from.across}; at.along < to.along; ++at.along) {
-            int64_t doubled = decision - dx;
-            if (decision < 0) {
-                ++at.across;
-                doubled = decision + dx;
-                decision += 2 * (dx - dy);
-            } else {
-                decision -= 2 * dy;
-            }
-            acrossLine(view, at, stepAcross, static_cast<double>(doubled) * inverse, isFalling);
+            const bool stepsAside = decision < 0;
+            const int64_t off = stepsAside ? decision + dx : decision - dx;
+            at.across += stepsAside ? 1 : 0;
+            decision += stepsAside ? 2 * (dx - dy) : -2 * dy;
+            acrossLine(view, at, stepAcross, static_cast<double>(off) * inverse);
         }
     }
 
     /// The pixels at one place of a line, from edge to edge of it, as far as they lie in the image.
-    void acrossLine(const View &view, const Place &at, double stepAcross, double distance, bool isFalling)
+    void acrossLine(const View &view, const Place &at, double stepAcross, double distance)
     {
-        if (at.along < 0 || at.along >= view.alongSize)
+        if (!view.has(at.along))
             return;
-        const int64_t before = isFalling ? 1 - view.acrossSize : 0,
-                      behind = isFalling ? 0 : view.acrossSize - 1;
-        const int64_t first = std::max(-half_, before - at.across),
-                      last = std::min(half_, behind - at.across);
-        const int64_t step = isFalling ? -view.acrossStep : view.acrossStep;
-        int64_t place = at.along * view.alongStep + (at.across + first) * step;
-        for (int64_t i = first; i <= last; ++i, place += step)
+        const int64_t first = std::max(-half_, view.firstAcross - at.across),
+                      last = std::min(half_, view.lastAcross() - at.across);
+        int64_t place = view.place({at.along, at.across + first});
+        for (int64_t i = first; i <= last; ++i, place += view.acrossStep)
             blend(pixels_.at(place), coverage_(std::abs(static_cast<double>(i) * stepAcross - distance)));
     }
 
@@ -263,7 +259,8 @@ void leadCells(LeadPen &pen, const StainedGlassGrid &grid)
 int lineWidthFor(const GlassPixels &pixels, GlassLayout layout, int leadWidth)
 {
     const int shorter = std::min(pixels.width(), pixels.height());
-    int width = leadWidth == 1 ? 1 : std::max(leadWidth, std::numeric_limits<int>::min() + 1) - 1;
+    constexpr int kLowest = std::numeric_limits<int>::min();
+    int width = leadWidth == 1 ? 1 : std::max(leadWidth, kLowest + 1) - 1;
     if (shorter < 200)
         width = std::max(width, 2);
     if (layout == GlassLayout::SevenPanes && shorter < 150)

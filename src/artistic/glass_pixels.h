@@ -45,8 +45,8 @@ private:
     /// A wide picture of a few rows has points as far as six widths beside it, in its first six rows.
     static constexpr int64_t kSpareRows = 12;
 
-    /// Hosts rely on width^2 + height^2 pixels, and find black in what of them lies behind the spare rows: nothing
-    /// is painted there.
+    /// For hosts there are width^2 + height^2 pixels. What of them lies behind the spare rows stays black, for nothing is
+    /// painted there, and takes no memory.
     static int64_t countOf(int64_t width, int64_t height)
     {
         return std::min(width * width + height * height, width * (height + kSpareRows));
