@@ -127,6 +127,7 @@ struct Effect {
     /// Where there is no working memory the wait cursor may stay, and the block of the result is lost with as many
     /// locks, those on the source included.
     int locksLostWithMemory = 0;
+    std::size_t workBytes = 0;  ///< of the record, which the effect writes and nobody sets
     bool usesCreateDib = false; ///< which leaves a block behind where it cannot lock it
 };
 

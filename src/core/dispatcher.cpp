@@ -131,6 +131,7 @@ constexpr std::array kEntries{
     Entry{4712, pass<&ProcessChalk>},
     Entry{4713, pass<&ProcessSmokedGlass>},
     Entry{4714, pass<&ProcessScratch>},
+    Entry{4715, pass<&ProcessStainedGlass>},
     Entry{4716, pass<&ProcessWaterPaper>},
     Entry{4717, pass<&ProcessColorPencil>},
     Entry{4718, pass<&ProcessColorTone>},

@@ -129,11 +129,12 @@ TEST_P(EachEntry, FieldsHaveTheirOwnPlaces)
         EXPECT_EQ(field.load(record.bytes.data()), value++) << field.name;
 }
 
-/// Bytes of a record that are no fields: operands, and what the host owns, which is null in a record of the
-/// catalogue's.
+/// Bytes of a record that are no fields: operands, what the host owns, which is null in a record of the catalogue's,
+/// and working storage.
 std::size_t pointerBytes(const Effect &effect)
 {
-    return sizeof(void *) * (effect.operands.size() + (effect.recordName == "tagParamAutoLevel" ? 1 : 0));
+    return sizeof(void *) * (effect.operands.size() + (effect.recordName == "tagParamAutoLevel" ? 1 : 0)) +
+           effect.workBytes;
 }
 
 TEST_P(EachEntry, FieldsCoverTheRecordAndNothingElse)

@@ -89,6 +89,7 @@ constexpr Peculiarity kPeculiarities[] = {
     {.exportName = "ProcessSoftEdge", .needsAllColors = true},
     {.exportName = "ProcessWaterColor", .showsCursorFirst = true},
     {.exportName = "ProcessWaterPaper", .showsCursorFirst = true, .reportsLast = true},
+    {.exportName = "ProcessStainedGlass", .showsCursorFirst = true},
     {.exportName = "ProcessWrinkle", .isBlankWithoutScratch = true},
 };
 
