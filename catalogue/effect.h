@@ -119,6 +119,7 @@ struct Effect {
     int smallestSide = 1;
     bool definesPadding = true; ///< of the result's rows
     int blocksLeft = 0;         ///< that nobody holds, by each run that gives a result
+    bool leavesBlocksByAbort = false; ///< the same blocks where the rows are aborted
     bool usesCreateDib = false; ///< which leaves a block behind where it cannot lock it
 };
 

@@ -20,6 +20,8 @@ std::span<const Effect> cutOutEffects();
 std::span<const Effect> maskEffects();
 std::span<const Effect> gradientEffects();
 std::span<const Effect> compositingEffects();
+std::span<const Effect> hatchingEffects();
+std::span<const Effect> textureEffects();
 
 /// All channels or one.
 inline constexpr std::array kChannels{Choice{"all", 0}, Choice{"red", 1}, Choice{"green", 2},

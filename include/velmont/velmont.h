@@ -10,8 +10,10 @@
 #include <velmont/environment.h>
 #include <velmont/filters.h>
 #include <velmont/geometry.h>
+#include <velmont/hatching.h>
 #include <velmont/masks.h>
 #include <velmont/memory.h>
 #include <velmont/platform.h>
+#include <velmont/texture.h>
 #include <velmont/tone.h>
 #include <velmont/version.h>

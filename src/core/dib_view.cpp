@@ -86,12 +86,7 @@ uint32_t DibView::GetPixel(int x, int y) const
         return 0;
     if (bitCount == 8) {
         const uint8_t *const index = pixelAt(bits, x, y, 1);
-        if (!index)
-            return 0;
-        if (isGray)
-            return uint32_t{*index} << 16 | uint32_t{*index} << 8 | *index;
-        const uint8_t *const entry = paletteEntry(*index);
-        return entry ? uint32_t{entry[0]} << 16 | uint32_t{entry[1]} << 8 | entry[2] : 0;
+        return index ? ColorOf(*index) : 0;
     }
     if (bitCount == 24) {
         const uint8_t *const pixel = pixelAt(bits, x, y, 3);
@@ -104,27 +99,15 @@ int DibView::SetPixel(int x, int y, uint32_t color)
 {
     if (!header)
         return 0;
-    const uint32_t colorsUsed = readHeader().biClrUsed;
     if (bitCount == 8) {
-        uint8_t *const index = pixelAt(bits, x, y, 1);
-        if (!index)
+        uint8_t *const place = pixelAt(bits, x, y, 1);
+        const int index = place ? IndexOf(redOf(color)) : -1;
+        if (index < 0)
             return 0;
-        if (isGray) {
-            *index = redOf(color);
-            return 1;
-        }
-        for (uint32_t i = 0; i < colorsUsed; ++i) {
-            const uint8_t *const entry = paletteEntry(i);
-            if (!entry)
-                return 0;
-            if (entry[2] == redOf(color)) {
-                *index = static_cast<uint8_t>(i);
-                return 1;
-            }
-        }
-        return 0;
+        *place = static_cast<uint8_t>(index);
+        return 1;
     }
-    if (bitCount == 24 && colorsUsed == 0) {
+    if (bitCount == 24 && readHeader().biClrUsed == 0) {
         uint8_t *const pixel = pixelAt(bits, x, y, 3);
         if (!pixel)
             return 0;
@@ -134,6 +117,29 @@ int DibView::SetPixel(int x, int y, uint32_t color)
         return 1;
     }
     return 0;
+}
+
+uint32_t DibView::ColorOf(uint8_t index) const
+{
+    if (isGray)
+        return uint32_t{index} << 16 | uint32_t{index} << 8 | index;
+    const uint8_t *const entry = paletteEntry(index);
+    return entry ? uint32_t{entry[0]} << 16 | uint32_t{entry[1]} << 8 | entry[2] : 0;
+}
+
+int DibView::IndexOf(uint8_t red) const
+{
+    if (isGray)
+        return red;
+    const uint32_t colorsUsed = header ? readHeader().biClrUsed : 0;
+    for (uint32_t i = 0; i < colorsUsed; ++i) {
+        const uint8_t *const entry = paletteEntry(i);
+        if (!entry)
+            return -1;
+        if (entry[2] == red)
+            return static_cast<uint8_t>(i);
+    }
+    return -1;
 }
 
 uint32_t DibView::GetPixel24(int x, int y) const

@@ -44,6 +44,10 @@ public:
     /// \return 1; 0 when nothing was stored: no such entry, a depth
     /// other than 8 and 24, 24 bits with a palette.
     int SetPixel(int x, int y, uint32_t color);
+    /// What GetPixel gives for a pixel of 8 bits with this byte.
+    uint32_t ColorOf(uint8_t index) const;
+    /// The byte that SetPixel stores at 8 bits for a colour with this red; -1 for none.
+    int IndexOf(uint8_t red) const;
     /// The three bytes at 40 + rowBytes * y + 3 * x, the first one highest. For 24-bit blocks with a 40-byte
     /// header and no palette.
     uint32_t GetPixel24(int x, int y) const;

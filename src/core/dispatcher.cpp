@@ -6,6 +6,8 @@
 #include <type_traits>
 #include <velmont/filters.h>
 #include <velmont/geometry.h>
+#include <velmont/hatching.h>
+#include <velmont/texture.h>
 #include <velmont/tone.h>
 
 namespace {
@@ -100,7 +102,11 @@ constexpr std::array kEntries{
     Entry{73, pass<&ProcessUnsharpMask>},
     Entry{80, pass<&ProcessUnsharpMask>},
     Entry{81, pass<&ProcessUnsharpMask>},
+    Entry{1105, pass<&ProcessCrosshatch>},
     Entry{1202, pass<&ProcessColorBalance>},
+    Entry{3101, pass<&ProcessCrystallize>},
+    Entry{3103, pass<&ProcessPointillize>},
+    Entry{3105, pass<&ProcessTexturize>},
     Entry{4301, pass<&ProcessMoonlight>},
     Entry{4302, pass<&ProcessAntique>},
     Entry{4303, pass<&ProcessWarm>},

@@ -66,12 +66,7 @@ bool ViewFrame::begin(Contents contents)
         (contents == Contents::ZeroFilled || clearBytes(resultHandle_, layout_->pixelOffset)))
         result_.emplace(resultHandle_);
     if (!result_ || !result_->header) {
-        result_.reset();
-        if (resultHandle_)
-            KelMemFree(std::exchange(resultHandle_, nullptr));
-        if (steps_.arrowCursor)
-            showArrowCursor();
-        source_.reset();
+        giveUp();
         return false;
     }
     result_->CopyHeaderFrom(&*source_);
@@ -79,6 +74,17 @@ bool ViewFrame::begin(Contents contents)
     if (steps_.droppedPoll)
         AbortImageProcessing(); // its answer is dropped: hosts rely on the call
     return true;
+}
+
+void *ViewFrame::giveUp()
+{
+    result_.reset();
+    if (resultHandle_)
+        KelMemFree(std::exchange(resultHandle_, nullptr));
+    if (steps_.arrowCursor)
+        showArrowCursor();
+    source_.reset();
+    return nullptr;
 }
 
 void *ViewFrame::finish()

@@ -37,10 +37,14 @@ public:
     DibView &result() { return *result_; }
 
     /// The rows of the source; an abort ends the range and the effect.
-    RowLoop rows() { return {layout_->height, aborted_}; }
+    RowLoop rows(RowCadence cadence = {}) { return {layout_->height, aborted_, cadence}; }
     /// Ends the effect as an abort does.
     void abort() { aborted_ = true; }
 
+    /// After begin(): ends an effect that could not have its scratch memory, in the way of a result that could not be
+    /// allocated.
+    /// \return null.
+    void *giveUp();
     /// Unlocks both blocks, frees the result after an abort, reports 100, shows the arrow cursor.
     /// \return the result's handle, or null after an abort.
     void *finish();

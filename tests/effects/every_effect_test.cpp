@@ -147,10 +147,12 @@ private:
                 std::find(before.begin(), before.end(), handle) == before.end())
                 left.push_back(handle);
         const std::size_t mostLeft = static_cast<std::size_t>(effect_.blocksLeft);
+        const std::size_t mostWithout =
+            effect_.leavesBlocksByAbort ? mostLeft : std::size_t{effect_.usesCreateDib};
         if (result) {
             EXPECT_EQ(left.size(), mostLeft);
         }
-        left.resize(std::min(left.size(), result ? mostLeft : std::size_t{effect_.usesCreateDib}));
+        left.resize(std::min(left.size(), result ? mostLeft : mostWithout));
         for (void *const handle : left)
             KelMemFree(handle);
     }
