@@ -12,9 +12,7 @@ std::vector<Effect> gather()
     std::vector<Effect> all;
     for (const auto entries :
          {toneEffects(), blurEffects(), sharpenEffects(), bevelEffects(), geometryEffects(), cutOutEffects(),
-          maskEffects(), gradientEffects(), compositingEffects(),
-          hatchingEffects(),
-          textureEffects()})
+          maskEffects(), gradientEffects(), compositingEffects(), hatchingEffects(), textureEffects()})
         all.insert(all.end(), entries.begin(), entries.end());
     std::sort(all.begin(), all.end(), [](const Effect &a, const Effect &b) {
         return a.family != b.family ? a.family < b.family : a.name < b.name;

@@ -117,10 +117,10 @@ struct Effect {
     /// Images with a shorter side are refused by the defaults, after all was begun: the wait cursor stays, and the
     /// block of the result is lost.
     int smallestSide = 1;
-    bool definesPadding = true; ///< of the result's rows
-    int blocksLeft = 0;         ///< that nobody holds, by each run that gives a result
+    bool definesPadding = true;       ///< of the result's rows
+    int blocksLeft = 0;               ///< that nobody holds, by each run that gives a result
     bool leavesBlocksByAbort = false; ///< the same blocks where the rows are aborted
-    bool usesCreateDib = false; ///< which leaves a block behind where it cannot lock it
+    bool usesCreateDib = false;       ///< which leaves a block behind where it cannot lock it
 };
 
 /// All effects, by family and then by name.

@@ -40,7 +40,8 @@ VELMONT_API void *ProcessCrystallize(void *dib, tagCrystallize *param);
 
 /// The record of ProcessPointillize.
 struct tagPointillize {
-    int32_t size; ///< diameter of the dots in pixels, 1 or more; others are refused. The pitch of the grid is 8/10 of it
+    int32_t
+        size; ///< diameter of the dots in pixels, 1 or more; others are refused. The pitch of the grid is 8/10 of it
 };
 
 /// Paints round dots on white, one at a random place in each cell of a grid. A dot has the mean colour of the square up to

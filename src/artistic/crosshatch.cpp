@@ -250,7 +250,8 @@ void *ProcessCrosshatch(void *dib, tagCrosshatch *param)
     if (!frame.hasPixels() || !frame.begin())
         return nullptr;
     const ViewSamples samples(frame);
-    const auto pixels = static_cast<std::size_t>(samples.width()) * static_cast<std::size_t>(samples.height());
+    const auto pixels =
+        static_cast<std::size_t>(samples.width()) * static_cast<std::size_t>(samples.height());
     ScratchBlock coverage(pixels);
     if (!coverage.bytes())
         return frame.giveUp();

@@ -18,6 +18,7 @@ void *ProcessCrystallize(void *dib, tagCrystallize *param)
         return nullptr;
     // Each row of cells reports the same 0: hosts rely on it.
     const CellCadence cadence{.cells = {.reportEvery = 1, .percentSpan = 0}, .rows = {}};
-    return paintCells(frame, plan, cadence,
-                      [](uint32_t(&colors)[kCellLanes], const auto &found) { findMeanColors(colors, found); });
+    return paintCells(frame, plan, cadence, [](uint32_t(&colors)[kCellLanes], const auto &found) {
+        findMeanColors(colors, found);
+    });
 }

@@ -103,8 +103,8 @@ void *ProcessTexturize(void *dib, tagTextureParam *param)
     if (!param || !frame.hasSource())
         return nullptr;
     const auto layout = layoutFor(frame.source());
-    const auto source = layout ? Dib::withLayout(frame.source().block(), frame.source().blockBytes(), *layout)
-                               : std::nullopt;
+    const auto source =
+        layout ? Dib::withLayout(frame.source().block(), frame.source().blockBytes(), *layout) : std::nullopt;
     if (!source)
         return nullptr;
     const TilePicture texture(param->texture, frame.source()); // freed last
@@ -126,7 +126,8 @@ void *ProcessTexturize(void *dib, tagTextureParam *param)
         const Relief relief(param->strength, static_cast<std::size_t>(layout->bitCount) / 8);
         const auto width = static_cast<std::size_t>(layout->width);
         for (const int y : frame.rows()) {
-            relief.row(frame.result().row(y), source->row(y), tiles.rowFromEnd(layout->height - 1 - y), width);
+            relief.row(frame.result().row(y), source->row(y), tiles.rowFromEnd(layout->height - 1 - y),
+                       width);
             frame.clearPadding(y);
         }
     }

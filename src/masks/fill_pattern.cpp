@@ -32,8 +32,7 @@ public:
     /// both were of one depth and it was converted all the same: hosts rely on it.
     void copy(uint8_t *to, int row, std::size_t firstColumn, std::size_t columns) const
     {
-        const uint64_t stride =
-            strideOf(8 * int64_t{picture_->width()}, static_cast<int64_t>(channels_));
+        const uint64_t stride = strideOf(8 * int64_t{picture_->width()}, static_cast<int64_t>(channels_));
         const uint64_t start =
             picture_->layout().pixelOffset + stride * static_cast<uint64_t>(row) + channels_ * firstColumn;
         copyWithin(to, *picture_, start, channels_ * columns);
