@@ -213,11 +213,11 @@ TEST(CellsTest, PaintLargeCells)
 // Means of windows wider than one sum of bytes can take.
 TEST(CellsTest, PaintWidePictures)
 {
-    Pieces bright = trueColor(20000, 2);
+    Pieces bright = trueColor(12000, 2);
     std::fill(bright.rows.begin(), bright.rows.end(), uint8_t{255});
     for (const Kind &kind : kKinds) {
         expectPainted(kind, bright, 9000, 5);
-        expectPainted(kind, gray(17000, 1), 8190, 6);
+        expectPainted(kind, gray(9000, 1), 5000, 6);
     }
 }
 

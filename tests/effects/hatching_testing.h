@@ -15,7 +15,8 @@ namespace velmont::testing {
 /// A source and a result of its shape, all pixels 0 at first, in colours 0x00BBGGRR.
 class Canvas {
 public:
-    explicit Canvas(const Pieces &source) : source_(source), result_(source)
+    explicit Canvas(const Pieces &source)
+        : source_(source), result_(source), isGray_(isGrayPalette(source.palette))
     {
         result_.rows.assign(source.rows.size(), 0);
     }
@@ -26,7 +27,7 @@ public:
     bool has(int x, int y) const { return x >= 0 && x < width() && y >= 0 && y < height(); }
     Bytes bytes() const { return result_.bytes(); }
 
-    uint32_t source(int x, int y) const { return get(source_, x, y, isGrayPalette(source_.palette)); }
+    uint32_t source(int x, int y) const { return get(source_, x, y, isGray_); }
     /// What a result of 256 colours shows are its bytes: its view was made before the palette was there.
     uint32_t result(int x, int y) const { return get(result_, x, y, showsBytes()); }
     void paint(int x, int y, uint32_t color)
@@ -88,6 +89,7 @@ private:
     }
 
     Pieces source_, result_;
+    bool isGray_;
 };
 
 inline int channelOf(uint32_t color, int channel)
