@@ -117,8 +117,9 @@ struct Effect {
     /// Images with a shorter side are refused by the defaults, after all was begun: the wait cursor stays, and the
     /// block of the result is lost.
     int smallestSide = 1;
-    bool definesPadding = true; ///< of the result's rows
-    int blocksLeft = 0;         ///< that nobody holds, by each run that gives a result
+    bool definesPadding = true;       ///< of the result's rows
+    int blocksLeft = 0;               ///< that nobody holds, by each run that gives a result
+    bool leavesBlocksByAbort = false; ///< the same blocks where the rows are aborted
     /// Bytes of the record that belong to no field, between fields or at the end.
     std::size_t recordPadding = 0;
     /// A field outside its range is answered with the image itself: the image keeps a lock and the block of the result

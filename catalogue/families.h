@@ -25,6 +25,8 @@ std::span<const Effect> grainEffects();
 std::span<const Effect> atmosphereEffects();
 std::span<const Effect> paintingEffects();
 std::span<const Effect> restorationEffects();
+std::span<const Effect> hatchingEffects();
+std::span<const Effect> textureEffects();
 
 /// All channels or one.
 inline constexpr std::array kChannels{Choice{"all", 0}, Choice{"red", 1}, Choice{"green", 2},

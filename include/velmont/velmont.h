@@ -12,11 +12,13 @@
 #include <velmont/filters.h>
 #include <velmont/geometry.h>
 #include <velmont/grain.h>
+#include <velmont/hatching.h>
 #include <velmont/lens.h>
 #include <velmont/masks.h>
 #include <velmont/memory.h>
 #include <velmont/painting.h>
 #include <velmont/platform.h>
 #include <velmont/restoration.h>
+#include <velmont/texture.h>
 #include <velmont/tone.h>
 #include <velmont/version.h>

@@ -1,6 +1,6 @@
-#include "artistic/level_tables.h"
 #include "artistic/noise_kernels.h"
 #include "core/clock.h"
+#include "core/view_samples.h"
 #include <algorithm>
 #include <velmont/grain.h>
 
@@ -14,26 +14,26 @@ constexpr std::size_t kNumbers = 4;
 /// Rows of samples or of indices, which the tables are for.
 void addNoise(ViewFrame &frame, double amount)
 {
-    const FrameRows rows(frame);
-    const bool isColor = rows.layout.bitCount == 24;
-    const LevelTables tables(frame);
+    const ViewSamples samples(frame);
+    const bool isColor = samples.layout().bitCount == 24;
     const NoiseKernels kernels = noiseKernels();
-    const auto width = static_cast<std::size_t>(rows.layout.width);
-    for (int y = 0; y < rows.layout.height; ++y)
+    const auto width = static_cast<std::size_t>(samples.width());
+    for (int y = 0; y < samples.height(); ++y)
         for (std::size_t x = 0; x < width; x += kNoiseRun) {
             const std::size_t pixels = std::min(kNoiseRun, width - x);
             uint16_t numbers[kNumbers * kNoiseRun];
             drawNumbers(numbers, kNumbers * pixels);
             if (isColor) {
-                kernels.brighten(rows.result(y) + 3 * x, rows.source(y) + 3 * x, numbers, pixels, 3, amount);
+                kernels.brighten(samples.resultRow(y) + 3 * x, samples.sourceRow(y) + 3 * x, numbers, pixels,
+                                 3, amount);
                 continue;
             }
             uint8_t levels[kNoiseRun], noisy[kNoiseRun];
             for (std::size_t i = 0; i < pixels; ++i)
-                levels[i] = tables.levelOf(rows.source(y)[x + i]);
+                levels[i] = samples.sourceLevel(samples.sourceRow(y)[x + i]);
             kernels.brighten(noisy, levels, numbers, pixels, 1, amount);
             for (std::size_t i = 0; i < pixels; ++i)
-                tables.store(rows.result(y) + x + i, noisy[i]);
+                samples.store(samples.resultRow(y) + x + i, noisy[i]);
         }
 }
 
@@ -54,7 +54,7 @@ void *ProcessNoisify(void *dib, tagNoisifyParam *param)
         return nullptr;
     velmont::srand(clockSeconds());
     const DibLayout &layout = frame.layout();
-    if (storesPixels(frame))
+    if (ViewSamples(frame).stores())
         addNoise(frame, param->amount);
     else // the numbers are drawn all the same
         skipNumbers(kNumbers * uint64_t{static_cast<uint32_t>(layout.width)} *

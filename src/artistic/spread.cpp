@@ -1,6 +1,6 @@
-#include "artistic/level_tables.h"
 #include "core/clock.h"
 #include "core/generator.h"
+#include "core/view_samples.h"
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -96,18 +96,17 @@ void forExchanges(const DibLayout &layout, const Exchange &exchange, Swap swap)
 
 void spread(ViewFrame &frame, const Exchange &exchange)
 {
-    const FrameRows rows(frame);
-    if (rows.layout.bitCount == 24)
-        return forExchanges(rows.layout, exchange, [&](int x, int y, int x2, int y2) {
+    const ViewSamples samples(frame);
+    if (samples.layout().bitCount == 24)
+        return forExchanges(samples.layout(), exchange, [&](int x, int y, int x2, int y2) {
             const std::size_t here = 3 * static_cast<std::size_t>(x);
             const std::size_t there = 3 * static_cast<std::size_t>(x2);
-            std::memcpy(rows.result(y) + here, rows.source(y2) + there, 3);
-            std::memcpy(rows.result(y2) + there, rows.source(y) + here, 3);
+            std::memcpy(samples.resultRow(y) + here, samples.sourceRow(y2) + there, 3);
+            std::memcpy(samples.resultRow(y2) + there, samples.sourceRow(y) + here, 3);
         });
-    const LevelTables tables(frame);
-    forExchanges(rows.layout, exchange, [&](int x, int y, int x2, int y2) {
-        tables.store(rows.result(y) + x, tables.levelOf(rows.source(y2)[x2]));
-        tables.store(rows.result(y2) + x2, tables.levelOf(rows.source(y)[x]));
+    forExchanges(samples.layout(), exchange, [&](int x, int y, int x2, int y2) {
+        samples.store(samples.resultRow(y) + x, samples.sourceLevel(samples.sourceRow(y2)[x2]));
+        samples.store(samples.resultRow(y2) + x2, samples.sourceLevel(samples.sourceRow(y)[x]));
     });
 }
 
@@ -129,7 +128,7 @@ void *ProcessSpread(void *dib, SPREADParam *param)
         return nullptr;
     velmont::srand(clockSeconds());
     const DibLayout &layout = frame.layout();
-    if (storesPixels(frame))
+    if (ViewSamples(frame).stores())
         spread(frame, Exchange(*across, *up));
     else // the numbers are drawn all the same
         skipNumbers(kNumbers * uint64_t{static_cast<uint32_t>(layout.width)} *

@@ -1,7 +1,7 @@
-#include "artistic/level_tables.h"
 #include "core/generator.h"
 #include "core/scratch_block.h"
 #include "core/view_frame.h"
+#include "core/view_samples.h"
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -181,23 +181,24 @@ private:
     const Spokes &spokes_;
 };
 
-void paintColorRow(const FrameRows &rows, const Star &star, int y)
+void paintColorRow(const ViewSamples &samples, const Star &star, int y)
 {
-    const std::size_t used = 3 * static_cast<std::size_t>(rows.layout.width);
-    uint8_t *const to = rows.result(y);
-    const uint8_t *const from = rows.source(y);
-    for (int x = 0; x < rows.layout.width; ++x)
+    const std::size_t used = 3 * static_cast<std::size_t>(samples.width());
+    uint8_t *const to = samples.resultRow(y);
+    const uint8_t *const from = samples.sourceRow(y);
+    for (int x = 0; x < samples.width(); ++x)
         star.at(x, y).paint(to + std::size_t{3} * static_cast<std::size_t>(x),
                             from + std::size_t{3} * static_cast<std::size_t>(x));
-    std::memset(to + used, 0, rows.layout.stride - used);
+    std::memset(to + used, 0, samples.layout().stride - used);
 }
 
 /// One byte for the three of a pixel, painted as if it were their first.
-void paintIndexRow(const FrameRows &rows, const LevelTables &tables, const Star &star, int y)
+void paintIndexRow(const ViewSamples &samples, const Star &star, int y)
 {
-    for (int x = 0; x < rows.layout.width; ++x) {
+    for (int x = 0; x < samples.width(); ++x) {
         const Glow glow = star.at(x, y);
-        tables.store(rows.result(y) + x, glow.over(tables.levelOf(rows.source(y)[x]), 0, glow.way));
+        samples.store(samples.resultRow(y) + x,
+                      glow.over(samples.sourceLevel(samples.sourceRow(y)[x]), 0, glow.way));
     }
 }
 
@@ -225,15 +226,12 @@ void *ProcessSunBurst(void *dib, tagParamSunburst *param)
     Spokes spokes(scratch.bytes(), wanted.spokeCount);
     spokes.draw(wanted.color, wanted.randomHue);
     const Star star(frame.layout(), wanted, spokes);
-    const FrameRows rows(frame);
-    std::optional<LevelTables> tables;
-    if (bits == 8)
-        tables.emplace(frame);
+    const ViewSamples samples(frame);
     for (const int y : frame.rows()) {
         if (bits == 24)
-            paintColorRow(rows, star, y);
-        else if (tables)
-            paintIndexRow(rows, *tables, star, y);
+            paintColorRow(samples, star, y);
+        else if (bits == 8)
+            paintIndexRow(samples, star, y);
         // Other depths stay blank: hosts rely on it.
     }
     scratch.release();

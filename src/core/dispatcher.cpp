@@ -8,9 +8,11 @@
 #include <velmont/filters.h>
 #include <velmont/geometry.h>
 #include <velmont/grain.h>
+#include <velmont/hatching.h>
 #include <velmont/lens.h>
 #include <velmont/painting.h>
 #include <velmont/restoration.h>
+#include <velmont/texture.h>
 #include <velmont/tone.h>
 
 namespace {
@@ -107,8 +109,12 @@ constexpr std::array kEntries{
     Entry{73, pass<&ProcessUnsharpMask>},
     Entry{80, pass<&ProcessUnsharpMask>},
     Entry{81, pass<&ProcessUnsharpMask>},
+    Entry{1105, pass<&ProcessCrosshatch>},
     Entry{1201, pass<&ProcessOldPhoto>},
     Entry{1202, pass<&ProcessColorBalance>},
+    Entry{3101, pass<&ProcessCrystallize>},
+    Entry{3103, pass<&ProcessPointillize>},
+    Entry{3105, pass<&ProcessTexturize>},
     Entry{4101, pass<&ProcessFlare>},
     Entry{4201, pass<&ProcessSunBurst>},
     Entry{4301, pass<&ProcessMoonlight>},

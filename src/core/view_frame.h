@@ -40,14 +40,14 @@ public:
     bool allocate(Contents contents);
     /// The second half: header and palette, then the dropped poll.
     void open();
-    /// Between the halves: ends an effect that could not have its scratch memory, in the way of a result that could
+    /// After allocate() or begin(): ends an effect that could not have its scratch memory, in the way of a result that could
     /// not be allocated.
     /// \return null.
     void *giveUp();
     DibView &result() { return *result_; }
 
     /// The rows of the source; an abort ends the range and the effect.
-    RowLoop rows() { return {layout_->height, aborted_}; }
+    RowLoop rows(RowCadence cadence = {}) { return {layout_->height, aborted_, cadence}; }
     /// Ends the effect as an abort does.
     void abort() { aborted_ = true; }
 

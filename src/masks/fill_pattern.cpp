@@ -1,8 +1,7 @@
-#include "core/locked_dib.h"
-#include "core/owned_block.h"
 #include "core/scratch_block.h"
 #include "filters/sample_frame.h"
-#include "masks/pattern_kernels.h"
+#include "masks/relief.h"
+#include "masks/tile_picture.h"
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -14,12 +13,11 @@ namespace {
 
 constexpr int kBrick = 1, kMirror = 2;
 
-/// The picture that the tiles are made of: the host's pattern, or a conversion of it, which is freed at the end.
+/// The picture that the tiles are made of.
 class Pattern {
 public:
     Pattern(void *given, const Dib &image)
-        : channels_(samplesPerPixel(image)), converted_(convert(given, image)),
-          picture_(isConverted_ ? converted_.get() : given)
+        : channels_(samplesPerPixel(image)), given_(given, image), picture_(given_.handle())
     {
     }
 
@@ -31,38 +29,18 @@ public:
     int height() const { return picture_->height(); }
     std::size_t pixelBytes() const { return channels_; }
     /// Columns of a row. Rows lie at the stride of the image's depth, which is another than the pattern's own where
-    /// both were of one depth and it was converted all the same: hosts rely on it. What lies behind the block is 0.
+    /// both were of one depth and it was converted all the same: hosts rely on it.
     void copy(uint8_t *to, int row, std::size_t firstColumn, std::size_t columns) const
     {
-        const Dib &picture = *picture_;
-        const uint64_t stride = strideOf(8 * int64_t{picture.width()}, static_cast<int64_t>(channels_));
+        const uint64_t stride = strideOf(8 * int64_t{picture_->width()}, static_cast<int64_t>(channels_));
         const uint64_t start =
-            picture.layout().pixelOffset + stride * static_cast<uint64_t>(row) + channels_ * firstColumn;
-        const std::size_t wanted = channels_ * columns;
-        const std::size_t there =
-            start < picture.blockBytes() ? std::min<std::size_t>(wanted, picture.blockBytes() - start) : 0;
-        if (there > 0)
-            std::memcpy(to, picture.block() + start, there);
-        std::memset(to + there, 0, wanted - there);
+            picture_->layout().pixelOffset + stride * static_cast<uint64_t>(row) + channels_ * firstColumn;
+        copyWithin(to, *picture_, start, channels_ * columns);
     }
 
 private:
-    /// To the other depth than its own where depth or biClrUsed differ from the image's, even if that makes the depths
-    /// differ: hosts rely on it.
-    void *convert(void *given, const Dib &image)
-    {
-        const LockedDib pattern(given);
-        isConverted_ = pattern && (pattern->bitCount() != image.bitCount() ||
-                                   pattern->header().biClrUsed != image.header().biClrUsed);
-        if (!isConverted_ || (pattern->bitCount() != 8 && pattern->bitCount() != 24))
-            return nullptr;
-        return pattern->bitCount() == 24 ? ProcessConvertToGrayScale(given)
-                                         : ProcessConvertTo24BitColor(given);
-    }
-
     std::size_t channels_;
-    bool isConverted_ = false;
-    OwnedBlock converted_;
+    TilePicture given_;
     LockedDib picture_;
 };
 
@@ -101,48 +79,13 @@ private:
         if (tiling_ == kMirror)
             for (; done < columns_ && done < 2 * width; ++done)
                 std::memcpy(to + pixel * done, to + pixel * (2 * width - 1 - done), pixel);
-        for (; done < columns_; done *= 2)
-            std::memcpy(to + pixel * done, to, pixel * std::min(done, columns_ - done));
+        repeatBytes(to, pixel * done, pixel * columns_);
     }
 
     const Pattern &pattern_;
     int tiling_;
     std::size_t columns_;
     ScratchBlock row_;
-};
-
-uint8_t heldToByte(int value)
-{
-    return static_cast<uint8_t>(std::clamp(value, 0, 255));
-}
-
-/// Adds what the pattern lies below the middle, for any percentage.
-class Relief {
-public:
-    explicit Relief(int percent)
-    {
-        for (int level = 0; level < 256; ++level) {
-            const int64_t height = int64_t{128 - level} * percent / 100;
-            // More than this is cut from any byte.
-            height_[static_cast<std::size_t>(level)] =
-                static_cast<int16_t>(std::clamp<int64_t>(height, -255, 255));
-        }
-    }
-    void row(uint8_t *to, const uint8_t *from, const uint8_t *tiles, std::size_t bytes,
-             std::size_t channels) const
-    {
-        for (std::size_t i = 0; i < bytes; i += channels) {
-            std::size_t mean = 0;
-            for (std::size_t channel = i; channel < i + channels; ++channel)
-                mean += tiles[channel];
-            mean /= channels;
-            for (std::size_t channel = i; channel < i + channels; ++channel)
-                to[channel] = heldToByte(from[channel] + height_[mean]);
-        }
-    }
-
-private:
-    std::array<int16_t, 256> height_;
 };
 
 /// Moves bytes towards those of the pattern, past them or away from them, for any percentage. The bytes are cut and not
@@ -188,29 +131,26 @@ void fillRows(EffectFrame &frame, Tiles &tiles, Fill fill)
     }
 }
 
-void fillWith(EffectFrame &frame, Tiles &tiles, int percent, bool isRelief)
+void pressIn(EffectFrame &frame, Tiles &tiles, int percent)
 {
-    const std::size_t bytes = sampleBytes(frame.source()), channels = samplesPerPixel(frame.source());
-    if (isShortPercent(percent)) {
-        const PatternKernels kernels = patternKernels();
-        const PatternRow row = !isRelief       ? kernels.mix
-                               : channels == 3 ? kernels.colorRelief
-                                               : kernels.grayRelief;
-        const std::size_t count = isRelief ? bytes / channels : bytes;
-        fillRows(frame, tiles, [&](uint8_t *to, const uint8_t *from, const uint8_t *tileRow) {
-            row(to, from, tileRow, count, percent);
-        });
-    } else if (isRelief) {
-        const Relief relief(percent);
-        fillRows(frame, tiles, [&](uint8_t *to, const uint8_t *from, const uint8_t *tileRow) {
-            relief.row(to, from, tileRow, bytes, channels);
-        });
-    } else {
-        const Mix mix(percent);
-        fillRows(frame, tiles, [&](uint8_t *to, const uint8_t *from, const uint8_t *tileRow) {
+    const Relief relief(percent, samplesPerPixel(frame.source()));
+    const auto pixels = static_cast<std::size_t>(frame.source().width());
+    fillRows(frame, tiles, [&](uint8_t *to, const uint8_t *from, const uint8_t *tileRow) {
+        relief.row(to, from, tileRow, pixels);
+    });
+}
+
+void mixIn(EffectFrame &frame, Tiles &tiles, int percent)
+{
+    const std::size_t bytes = sampleBytes(frame.source());
+    const PatternRow row = patternKernels().mix;
+    const Mix mix(percent);
+    fillRows(frame, tiles, [&](uint8_t *to, const uint8_t *from, const uint8_t *tileRow) {
+        if (isShortPercent(percent))
+            row(to, from, tileRow, bytes, percent);
+        else
             mix.row(to, from, tileRow, bytes);
-        });
-    }
+    });
 }
 
 } // namespace
@@ -234,7 +174,10 @@ void *ProcessFillPattern(void *dib, void *pattern, int tiling, int percent, int 
         if (!tiles)
             return frame.giveUp();
         frame.open(plan.headerBytes);
-        fillWith(frame, tiles, percent, relief != 0);
+        if (relief != 0)
+            pressIn(frame, tiles, percent);
+        else
+            mixIn(frame, tiles, percent);
     }
     return frame.finish();
 }

@@ -1,16 +1,13 @@
-// The catalogue's entries by themselves, and that the dispatcher and the catalogue know the same codes.
+// The catalogue's entries by themselves.
 
 #include "catalogue/effect.h"
-#include "core/generator.h"
 #include "tests/effects/watching_host.h"
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <gtest/gtest.h>
-#include <map>
 #include <set>
 #include <string>
-#include <velmont/effects.h>
 #include <velmont/tone.h>
 
 namespace velmont::catalogue {
@@ -290,49 +287,6 @@ TEST(Catalogue, ApplyRunsTheEffect)
     Record record = defaultRecord(negative);
     EXPECT_EQ(bytesOf(Handle(apply(negative, source, record))), bytesOf(Handle(ProcessNegative(source))));
     EXPECT_EQ(bytesOf(Handle(negative.call(source, nullptr))), bytesOf(Handle(ProcessNegative(source))));
-}
-
-/// Second codes of an effect, by the code that its entry has.
-const std::map<unsigned, unsigned> kSecondCodes{{71, 19}, {72, 20}, {73, 18}, {80, 18}, {81, 18}};
-
-const Effect *effectOfCode(unsigned code)
-{
-    const auto second = kSecondCodes.find(code);
-    const unsigned wanted = second != kSecondCodes.end() ? second->second : code;
-    const auto all = effects();
-    const auto found =
-        std::find_if(all.begin(), all.end(), [&](const Effect &e) { return e.code == wanted; });
-    return found != all.end() ? &*found : nullptr;
-}
-
-/// An image that the effect accepts, without padding; any for no effect.
-Handle imageFor(const Effect *effect)
-{
-    const unsigned depths = effect ? effect->depths : unsigned{DepthAll};
-    return depths & Depth24          ? testing::noiseImage(12, 12, 24, 0)
-           : depths & Depth8Gray     ? testing::grayNoise(12, 12)
-           : depths & Depth8Paletted ? testing::noiseImage(12, 12, 8, 256)
-           : depths & Depth4         ? testing::noiseImage(12, 12, 4, 16)
-                                     : testing::noiseImage(12, 12, 1, 2);
-}
-
-TEST(Catalogue, DispatcherAnswersExactlyTheCataloguesCodes)
-{
-    for (unsigned code = 0; code <= 6000; ++code) {
-        const Effect *const effect = effectOfCode(code);
-        const Handle source = imageFor(effect);
-        Record record = effect ? defaultRecord(*effect) : Record{};
-        const auto run = [&] {
-            srand(1);
-            return Handle(EnhanceAndEffects(source, code, reinterpret_cast<long>(record.bytes.data())));
-        };
-        const Handle result = run();
-        ASSERT_EQ(static_cast<void *>(result) != nullptr, effect != nullptr) << code;
-        if (effect && !effect->random) {
-            Record again = defaultRecord(*effect);
-            EXPECT_EQ(bytesOf(result), bytesOf(Handle(effect->call(source, again.bytes.data())))) << code;
-        }
-    }
 }
 
 } // namespace

@@ -157,11 +157,12 @@ private:
                 std::find(before.begin(), before.end(), handle) == before.end())
                 left.push_back(handle);
         const std::size_t mostLeft = static_cast<std::size_t>(effect_.blocksLeft);
+        const bool mayLoseResult = effect_.usesCreateDib || effect_.locksLostWithMemory > 0;
+        const std::size_t mostWithout = effect_.leavesBlocksByAbort ? mostLeft : std::size_t{mayLoseResult};
         if (result) {
             EXPECT_EQ(left.size(), mostLeft);
         }
-        const bool mayLoseResult = effect_.usesCreateDib || effect_.locksLostWithMemory > 0;
-        left.resize(std::min(left.size(), result ? mostLeft : std::size_t{mayLoseResult}));
+        left.resize(std::min(left.size(), result ? mostLeft : mostWithout));
         for (void *const handle : left)
             KelMemFree(handle);
     }
