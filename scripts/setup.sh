@@ -35,4 +35,4 @@ require_packages() {
 # What building the library and the tools takes.
 build_packages="g++ cmake ninja-build libpng-dev libjpeg-dev libcli11-dev nlohmann-json3-dev"
 # What the tests take besides.
-test_packages="libgtest-dev pkg-config clang-format binutils"
+test_packages="libgtest-dev libmpfr-dev pkg-config clang-format binutils"

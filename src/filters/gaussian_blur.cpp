@@ -1,3 +1,4 @@
+#include "core/rounded_math.h"
 #include "filters/two_passes.h"
 #include "filters/weighted_sum.h"
 #include <cmath>
@@ -18,7 +19,7 @@ Taps gaussTaps(int size)
     double weights[Taps::kMost], all = 0;
     for (int i = 0; i < size; ++i) {
         const double t = static_cast<double>(std::abs(i - half)) / half;
-        weights[i] = std::pow(2.7182818, -2 * t * t); // hosts rely on the taps of this base, not of e
+        weights[i] = rounded::pow(2.7182818, -2 * t * t); // hosts rely on the taps of this base, not of e
         all += weights[i];
     }
     Taps taps;

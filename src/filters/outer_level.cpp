@@ -1,3 +1,4 @@
+#include "core/rounded_math.h"
 #include "core/scratch_block.h"
 #include "filters/sample_frame.h"
 #include <algorithm>
@@ -59,7 +60,8 @@ public:
             if (x <= f) {
                 const int64_t q = squared(x - f) + squared(y - f);
                 if (y >= x && q <= squared(inner_))
-                    return std::trunc(std::atan2(double(f - y), double(f - x)) * 127.32395447351628 - 250.0);
+                    return std::trunc(rounded::atan2(double(f - y), double(f - x)) * 127.32395447351628 -
+                                      250.0);
                 if (y < x && q < squared(inner_))
                     return 30;
                 if (squared(inner_) <= q && q <= squared(f))
@@ -112,7 +114,7 @@ private:
     /// From the shade of one side to that of the next one, by the angle's tangent.
     double turning(double tangent, int64_t q) const
     {
-        const double angle = std::atan(tangent), s = toRim(q), b = double(rim_);
+        const double angle = rounded::atan(tangent), s = toRim(q), b = double(rim_);
         return std::trunc(angle * s * 180.0 / (b * kPi) - s * 60.0 / b);
     }
 

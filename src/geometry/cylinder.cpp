@@ -1,8 +1,8 @@
+#include "core/rounded_math.h"
 #include "core/scratch_block.h"
 #include "filters/sample_frame.h"
 #include "geometry/cylinder_kernels.h"
 #include <algorithm>
-#include <cmath>
 #include <velmont/geometry.h>
 
 namespace velmont {
@@ -14,7 +14,7 @@ CylinderColumn columnOf(int x, int width)
 {
     double place = 0;
     if (width >= 2)
-        place = (std::asin(2.0 * x / width - 1) * 0.31830989161357204 + 0.5) * width;
+        place = (rounded::asin(2.0 * x / width - 1) * 0.31830989161357204 + 0.5) * width;
     const int whole = std::clamp(static_cast<int>(place), 0, width);
     return {static_cast<uint16_t>(whole), static_cast<int16_t>((place - whole) * 256)};
 }

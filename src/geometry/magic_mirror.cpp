@@ -1,8 +1,8 @@
+#include "core/rounded_math.h"
 #include "core/scratch_block.h"
 #include "geometry/any_samples.h"
 #include "geometry/ellipse_warp.h"
 #include "geometry/pixel_gather.h"
-#include <cmath>
 #include <cstring>
 #include <velmont/geometry.h>
 
@@ -59,8 +59,8 @@ AngularWarp angularWarp(const uint8_t (&curve)[256])
     AngularWarp warp{};
     for (int i = 1; i < kEllipseEntries; ++i) {
         const double angle = dentAt(curve, i) * 0.0314159265;
-        warp.cosine[static_cast<std::size_t>(i)] = static_cast<int32_t>(std::cos(angle) * kEllipseUnit);
-        warp.sine[static_cast<std::size_t>(i)] = static_cast<int32_t>(std::sin(angle) * kEllipseUnit);
+        warp.cosine[static_cast<std::size_t>(i)] = static_cast<int32_t>(rounded::cos(angle) * kEllipseUnit);
+        warp.sine[static_cast<std::size_t>(i)] = static_cast<int32_t>(rounded::sin(angle) * kEllipseUnit);
     }
     return warp;
 }

@@ -1,4 +1,5 @@
 #include "core/effect_frame.h"
+#include "core/rounded_math.h"
 #include "filters/sample_frame.h"
 #include "geometry/ellipse_warp.h"
 #include <cmath>
@@ -32,8 +33,8 @@ void turnBy(AngularWarp &table, AngleOf angleOf)
     for (int i = 0; i < kEllipseEntries; ++i) {
         const double angle = angleOf(radiusOf(i));
         const auto entry = static_cast<std::size_t>(i);
-        table.cosine[entry] = entryOf(std::cos(angle) * kEllipseUnit);
-        table.sine[entry] = entryOf(std::sin(angle) * kEllipseUnit);
+        table.cosine[entry] = entryOf(rounded::cos(angle) * kEllipseUnit);
+        table.sine[entry] = entryOf(rounded::sin(angle) * kEllipseUnit);
     }
 }
 
@@ -79,13 +80,13 @@ double factorOf(int type, int strength, double squared)
 {
     switch (type) {
     case 1:
-        return kEllipseUnit / std::pow(squared, strength * 0.003);
+        return kEllipseUnit / rounded::pow(squared, strength * 0.003);
     case 2: {
         const double r = std::sqrt(squared);
-        return 2 * std::asin(r) / (3.14159265 * r) * kEllipseUnit;
+        return 2 * rounded::asin(r) / (3.14159265 * r) * kEllipseUnit;
     }
     default:
-        return std::pow(squared, strength * 0.0075) * kEllipseUnit;
+        return rounded::pow(squared, strength * 0.0075) * kEllipseUnit;
     }
 }
 

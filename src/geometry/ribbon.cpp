@@ -1,7 +1,7 @@
+#include "core/rounded_math.h"
 #include "core/scratch_block.h"
 #include "filters/sample_frame.h"
 #include "geometry/shifted_columns.h"
-#include <cmath>
 #include <velmont/geometry.h>
 
 namespace velmont {
@@ -39,7 +39,7 @@ void *ProcessRibbon(void *dib, tagParamRibbon *param)
     const int32_t swing = swingOf(record.depth, source.height());
     const double frequency = record.frequency * 0.1 / width;
     for (int x = 0; x < width; ++x)
-        rises[x] = -static_cast<int32_t>((std::cos(x * frequency * 3.1415926) + 1) * 0.5 * swing);
+        rises[x] = -static_cast<int32_t>((rounded::cos(x * frequency * 3.1415926) + 1) * 0.5 * swing);
     frame.open();
     frame.copyPalette();
     const ShiftedColumns wave(source, rises, source.height() - swing - 1, record.color);

@@ -1,3 +1,4 @@
+#include "core/rounded_math.h"
 #include "core/scratch_block.h"
 #include "filters/sample_frame.h"
 #include "geometry/pixel_gather.h"
@@ -15,7 +16,7 @@ void writeSwing(int8_t *swing, std::size_t count, int period)
     const auto cycle = static_cast<std::size_t>(2 * period);
     for (std::size_t i = 0; i < count; ++i) {
         const int amplitude = std::abs(period - static_cast<int>(i % cycle));
-        const double wave = std::sin(static_cast<double>(i) * 12.5663706 / period);
+        const double wave = rounded::sin(static_cast<double>(i) * 12.5663706 / period);
         // Truncated, so that a swing back is rounded another way than one forward: hosts rely on it.
         swing[i] = static_cast<int8_t>(amplitude * wave * 0.25 + 0.5);
     }

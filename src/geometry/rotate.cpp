@@ -1,4 +1,5 @@
 #include "core/color_index.h"
+#include "core/rounded_math.h"
 #include "geometry/pixel_access.h"
 #include "geometry/resized_frame.h"
 #include "geometry/rotate_kernels.h"
@@ -17,7 +18,7 @@ struct Turn {
     int32_t sine, cosine;
 
     explicit Turn(int degrees)
-        : sine(fixed(std::sin(degrees * kRadians))), cosine(fixed(std::cos(degrees * kRadians)))
+        : sine(fixed(rounded::sin(degrees * kRadians))), cosine(fixed(rounded::cos(degrees * kRadians)))
     {
     }
 

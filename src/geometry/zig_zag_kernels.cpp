@@ -1,5 +1,6 @@
 #include "geometry/zig_zag_kernels.h"
 #include "core/cpu.h"
+#include "core/rounded_math.h"
 #include <cmath>
 
 namespace velmont {
@@ -24,7 +25,7 @@ double angleAt(const Twist &twist, double distance)
 Point sourceOf(const Twist &twist, Point at)
 {
     const double angle = angleAt(twist, std::sqrt(at.x * at.x + at.y * at.y));
-    const double cosine = std::cos(angle), sine = std::sin(angle);
+    const double cosine = rounded::cos(angle), sine = rounded::sin(angle);
     return {(cosine * at.x - sine * at.y) / twist.stretchX + twist.middleX,
             (cosine * at.y + sine * at.x) / twist.stretchY + twist.middleY};
 }

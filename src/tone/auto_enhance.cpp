@@ -1,5 +1,6 @@
 #include "core/byte_kernels.h"
 #include "core/locked_dib.h"
+#include "core/rounded_math.h"
 #include "platform/services.h"
 #include "tone/enhance_kernels.h"
 #include <cmath>
@@ -31,7 +32,7 @@ ToneTables tablesFor(int amount)
         else if (i >= high)
             tables.level[i] = 255;
         else
-            tables.level[i] = lowByte(std::pow(i / static_cast<double>(high), exponent) * 255 + 0.5);
+            tables.level[i] = lowByte(rounded::pow(i / static_cast<double>(high), exponent) * 255 + 0.5);
         tables.loss[i] = static_cast<uint8_t>((50 + saturation * i) / 100);
     }
     return tables;

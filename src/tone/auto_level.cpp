@@ -2,6 +2,7 @@
 #include "core/classify_dib.h"
 #include "core/effect_frame.h"
 #include "core/pixel_kernels.h"
+#include "core/rounded_math.h"
 #include "tone/histogram.h"
 #include <cmath>
 #include <cstring>
@@ -103,7 +104,7 @@ double throughSlot(const LevelsRecord &levels, int slot, double x)
         x = x / (levels.inHigh[slot] - levels.inLow[slot]);
     const double gamma = levels.gamma[slot];
     if (gamma != 0)
-        x = x >= 0 ? std::pow(x, 1 / gamma) : -std::pow(-x, 1 / gamma);
+        x = x >= 0 ? rounded::pow(x, 1 / gamma) : -rounded::pow(-x, 1 / gamma);
     const int low = levels.outLow[slot], high = levels.outHigh[slot];
     x = high >= low ? x * (high - low) + low : low - (low - high) * x;
     return x * (1.0 / 255);
@@ -186,7 +187,7 @@ void *ProcessAutoLevel(void *dib, tagParamAutoLevel *param)
     if (!frame.begin({source.layout(), Contents::Overwritten, 0, copied}))
         return nullptr;
 
-    const double gamma = std::pow(10.0, ((level - 1.0) * 0.25 - 1) * 0.25);
+    const double gamma = rounded::pow(10.0, ((level - 1.0) * 0.25 - 1) * 0.25);
     auto *const given = reinterpret_cast<HistogramRecord *>(param->histogram);
     HistogramRecord *const histogram = given ? given : makeHistogram(source);
     if (histogram)

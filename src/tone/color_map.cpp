@@ -1,8 +1,8 @@
 #include <velmont/tone.h>
 
+#include "core/rounded_math.h"
 #include "tone/sample_paths.h"
 #include <algorithm>
-#include <cmath>
 
 namespace velmont {
 
@@ -29,7 +29,8 @@ void makeToneTable(uint8_t (&table)[256], const tagParamToneAdjust &tone)
             value = static_cast<uint8_t>(outLow);
         } else {
             // An exponent below 0 goes beyond any integer: held to bytes before the conversion.
-            const double spread = std::pow(static_cast<double>(i - low) / range, exponent) * outRange + 0.5;
+            const double spread =
+                rounded::pow(static_cast<double>(i - low) / range, exponent) * outRange + 0.5;
             const auto raised = static_cast<int64_t>(std::min(spread, 255.0)) + outLow;
             value = static_cast<uint8_t>(std::min<int64_t>(raised, 255));
         }

@@ -1,8 +1,8 @@
 #include <velmont/tone.h>
 
+#include "core/rounded_math.h"
 #include "tone/sample_paths.h"
 #include <algorithm>
-#include <cmath>
 #include <velmont/environment.h>
 
 namespace velmont {
@@ -11,7 +11,7 @@ namespace {
 
 uint8_t logarithmOf(int level)
 {
-    const double value = 255 * std::log(level + 1.0) / std::log(256.0) + 0.5;
+    const double value = 255 * rounded::log(level + 1.0) / rounded::log(256.0) + 0.5;
     return static_cast<uint8_t>(std::clamp(static_cast<int>(value), 0, 255));
 }
 
