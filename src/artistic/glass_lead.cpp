@@ -1,4 +1,5 @@
 #include "artistic/glass_lead.h"
+#include "core/rounded_math.h"
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -23,7 +24,7 @@ Bands diskBands()
     for (std::size_t i = 1; i < kSteps; ++i, r += 0.1) {
         const double s = std::sqrt(1 - r * r);
         // The square below the logarithm's fraction is no slip: hosts rely on these values.
-        heights[i] = 0.5 * s + 0.5 * r * r * std::log((s + 1) / (r * r));
+        heights[i] = 0.5 * s + 0.5 * r * r * rounded::log((s + 1) / (r * r));
     }
     Bands bands;
     for (std::size_t i = 0; i + 1 < kSteps; ++i)

@@ -1,5 +1,6 @@
 #include "artistic/glow_filters.h"
 #include "core/pixel_kernels.h"
+#include "core/rounded_math.h"
 #include "core/scratch_block.h"
 #include "filters/sample_frame.h"
 #include <algorithm>
@@ -38,7 +39,7 @@ public:
         const int32_t ofNone = power(0), ofMost = power(largest);
         low_ = static_cast<float>(std::min(ofNone, ofMost));
         high_ = static_cast<float>(std::max(ofNone, ofMost));
-        unit_ = std::pow(double{high_} - low_, bandExponent_);
+        unit_ = rounded::pow(double{high_} - low_, bandExponent_);
     }
 
     bool isFlat() const { return low_ == high_; }
@@ -46,7 +47,8 @@ public:
     bool isRising() const { return edgeExponent_ > 0 && bandExponent_ > 0; }
     uint8_t level(uint32_t square) const
     {
-        const int32_t spread = held(std::pow(power(square) - double{low_}, bandExponent_) * gain_ / unit_);
+        const int32_t spread =
+            held(rounded::pow(power(square) - double{low_}, bandExponent_) * gain_ / unit_);
         const int32_t level = held((spread * 0.01 + slope_ + 1.8) * spread);
         return static_cast<uint8_t>(std::clamp(level, 0, 255));
     }
@@ -54,7 +56,7 @@ public:
 private:
     int32_t power(uint32_t square) const
     {
-        return held(std::pow(static_cast<double>(square), edgeExponent_));
+        return held(rounded::pow(static_cast<double>(square), edgeExponent_));
     }
 
     double edgeExponent_, bandExponent_; ///< of a float's precision

@@ -1,5 +1,6 @@
 #include "core/clock.h"
 #include "core/generator.h"
+#include "core/rounded_math.h"
 #include "core/view_samples.h"
 #include <algorithm>
 #include <array>
@@ -52,8 +53,8 @@ public:
     {
         for (std::size_t i = 0; i < kAngles; ++i) {
             const double angle = static_cast<double>(i) - 3;
-            sines_[i] = std::sin(angle);
-            cosines_[i] = std::cos(angle);
+            sines_[i] = rounded::sin(angle);
+            cosines_[i] = rounded::cos(angle);
         }
     }
 

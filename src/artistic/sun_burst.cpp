@@ -1,4 +1,5 @@
 #include "core/generator.h"
+#include "core/rounded_math.h"
 #include "core/scratch_block.h"
 #include "core/view_frame.h"
 #include "core/view_samples.h"
@@ -163,7 +164,7 @@ public:
         const double v = static_cast<double>(y - row_) / radius_;
         const double distance = std::sqrt(u * u + v * v);
         // u comes first: angles are counted from the rows' direction upward.
-        const double turn = (std::atan2(u, v) * 0.15915494309189535 + 0.51) * spokes_.count();
+        const double turn = (rounded::atan2(u, v) * 0.15915494309189535 + 0.51) * spokes_.count();
         // From 0.01 to 1.01 turns, so that cutting rounds down, and the last hundredth starts anew.
         const int whole = static_cast<int>(turn);
         const double way = turn - whole;

@@ -1,10 +1,10 @@
 #include "artistic/mode_kernels.h"
 #include "artistic/painting.h"
 #include "artistic/sized_median.h"
+#include "core/rounded_math.h"
 #include "core/scratch_block.h"
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstring>
 #include <velmont/painting.h>
 
@@ -26,8 +26,8 @@ std::array<uint8_t, 256> waterTones(int toneDepth)
     const auto exponent = static_cast<float>(1 + toneDepth * double{0.33333334F});
     std::array<uint8_t, 256> tones;
     for (std::size_t level = 0; level < tones.size(); ++level)
-        tones[level] =
-            lowByteOf(std::pow(static_cast<double>(level) * double{0.0039215689F}, double{exponent}) * 255.0);
+        tones[level] = lowByteOf(
+            rounded::pow(static_cast<double>(level) * double{0.0039215689F}, double{exponent}) * 255.0);
     return tones;
 }
 
