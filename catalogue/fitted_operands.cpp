@@ -78,4 +78,18 @@ FittedOperands::~FittedOperands()
             KelMemFree(handle), handle = nullptr;
 }
 
+double heldForTrial(const Effect &effect, const Field &field, double value)
+{
+    const bool isResultSize = field.name == "newWidth" || field.name == "newHeight" ||
+                              field.name == "width" || field.name == "height";
+    // The result spans both masks, or all from there to the picture's end, however far that is.
+    const bool isDistance = (effect.name == "mask-operation" || effect.name == "crop") &&
+                            (field.name == "left" || field.name == "top");
+    const bool isCount = effect.name == "sun-burst" && field.name == "spokeCount";
+    return isResultSize ? std::clamp(value, -1.0, 500.0)
+           : isCount    ? std::clamp(value, -1.0, 5000.0)
+           : isDistance ? std::clamp(value, -500.0, 500.0)
+                        : value;
+}
+
 } // namespace velmont::catalogue

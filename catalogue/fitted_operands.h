@@ -22,4 +22,8 @@ private:
     Record &record_;
 };
 
+/// The value of a field for a trial of every effect: sizes of results and numbers of things are held, so that a run
+/// fits the memory and the time that fuzzers and tests have.
+double heldForTrial(const Effect &effect, const Field &field, double value);
+
 } // namespace velmont::catalogue

@@ -77,20 +77,6 @@ void freeAllBut(const std::vector<void *> &kept)
             KelMemFree(handle);
 }
 
-/// Sizes of results and numbers of things are held, so that a run fits the memory and the time that fuzzers have.
-double held(const catalogue::Effect &effect, const catalogue::Field &field, double value)
-{
-    const bool isResultSize = field.name == "newWidth" || field.name == "newHeight" ||
-                              field.name == "width" || field.name == "height";
-    // The result spans both masks, however far apart.
-    const bool isDistance = effect.name == "mask-operation" && (field.name == "left" || field.name == "top");
-    const bool isCount = effect.name == "sun-burst" && field.name == "spokeCount";
-    return isResultSize ? std::clamp(value, -1.0, 500.0)
-           : isCount    ? std::clamp(value, -1.0, 5000.0)
-           : isDistance ? std::clamp(value, -500.0, 500.0)
-                        : value;
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
@@ -111,7 +97,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
         if (field.table)
             std::memcpy(field.table(record.bytes.data()), field.table(given.bytes.data()), field.bytes);
         else
-            field.store(record.bytes.data(), held(effect, field, field.load(given.bytes.data())));
+            field.store(record.bytes.data(),
+                        catalogue::heldForTrial(effect, field, field.load(given.bytes.data())));
 
     const auto before = memory_hooks::counts();
     const std::vector<void *> blocksBefore = memory_hooks::liveBlocks();

@@ -16,8 +16,6 @@ ModeKernels modePlain(int64_t radius)
 ModeKernels modeKernels(int64_t radius)
 {
 #if defined(__x86_64__)
-    if (cpuLevel() >= CpuLevel::Avx512)
-        return kernels::modeAvx512(radius);
     if (cpuLevel() >= CpuLevel::Avx2)
         return kernels::modeAvx2(radius);
 #endif

@@ -35,13 +35,12 @@ ModeKernels modeKernels(int64_t radius);
 
 namespace kernels {
 
-/// Up to this radius counts fit 16 bits.
-inline constexpr int64_t kLargestNarrowMode = 89;
+/// Up to these radii counts above the number of a bin fit 16 and 32 bits.
+inline constexpr int64_t kLargestShortKey = 5, kLargestWideKey = 1447;
 
 ModeKernels modePlain(int64_t radius);
 #if defined(__x86_64__)
 ModeKernels modeAvx2(int64_t radius);
-ModeKernels modeAvx512(int64_t radius);
 #endif
 
 } // namespace kernels

@@ -25,29 +25,41 @@ inline void modeBins(uint8_t *__restrict to, const uint8_t *__restrict pixels, s
         to[i] = modeBin(pixels + 3 * i);
 }
 
-template <typename Count>
-struct BinCounts {
-    alignas(64) Count of[kModeBins] = {};
+/// Counts above the number of their bin, which is turned over, so that the largest key is that of the lowest of the
+/// fullest bins.
+template <typename Key>
+class BinKeys {
+public:
+    BinKeys()
+    {
+        for (std::size_t bin = 0; bin < kModeBins; ++bin)
+            of_[bin] = static_cast<Key>(kModeBins - 1 - bin);
+    }
 
+    void add(uint8_t bin) { of_[bin] = static_cast<Key>(of_[bin] + kOne); }
+    void remove(uint8_t bin) { of_[bin] = static_cast<Key>(of_[bin] - kOne); }
+    void removeIfAny(uint8_t bin)
+    {
+        const Key key = of_[bin];
+        of_[bin] = static_cast<Key>(key - (key >= kOne ? kOne : 0));
+    }
     /// The lowest of the fullest bins; 0 where none has a count above 0.
     std::size_t fullest() const
     {
-        Count most = 0;
-        for (const Count count : of)
-            most = count > most ? count : most;
-        if (most == 0)
-            return 0;
-        Count first = kModeBins;
-        for (std::size_t i = 0; i < kModeBins; ++i) {
-            const Count place = of[i] == most ? static_cast<Count>(i) : static_cast<Count>(kModeBins);
-            first = place < first ? place : first;
-        }
-        return static_cast<std::size_t>(first);
+        Key most = kOne - 1;
+        for (const Key key : of_)
+            most = key > most ? key : most;
+        return kModeBins - 1 - static_cast<std::size_t>(most) % kModeBins;
     }
+
+private:
+    static constexpr Key kOne = kModeBins;
+
+    alignas(64) Key of_[kModeBins];
 };
 
 /// Coarse colours with the place of the pixel that entered each bin last.
-template <typename Count>
+template <typename Key>
 class ColorBins {
 public:
     static constexpr int64_t kPixelBytes = 3;
@@ -57,29 +69,25 @@ public:
 
     void addToColorBin(uint8_t bin, std::size_t place)
     {
-        ++counts_.of[bin];
+        keys_.add(bin);
         last_[bin] = place + 1;
     }
-    void removeFromColorBin(uint8_t bin)
-    {
-        const Count count = counts_.of[bin];
-        counts_.of[bin] = static_cast<Count>(count - (count > 0 ? 1 : 0));
-    }
+    void removeFromColorBin(uint8_t bin) { keys_.removeIfAny(bin); }
     /// Writes the colour to as many of the pixel's bytes as there are.
     void put(uint8_t *to, int64_t bytes, const uint8_t *pixels) const
     {
-        const std::size_t last = last_[counts_.fullest()];
+        const std::size_t last = last_[keys_.fullest()];
         for (int64_t i = 0; i < bytes; ++i)
             to[i] = last != 0 ? pixels[last - 1 + static_cast<std::size_t>(i)] : uint8_t{0};
     }
 
 private:
-    BinCounts<Count> counts_;
+    BinKeys<Key> keys_;
     std::size_t last_[kModeBins] = {}; ///< 1 more than the place, 0 for an empty colour
 };
 
 /// Levels by themselves.
-template <typename Count>
+template <typename Key>
 class GrayBins {
 public:
     static constexpr int64_t kPixelBytes = 1;
@@ -87,12 +95,12 @@ public:
 
     static uint8_t binOf(const uint8_t *pixel) { return *pixel; }
 
-    void addToColorBin(uint8_t bin, std::size_t) { ++counts_.of[bin]; }
-    void removeFromColorBin(uint8_t bin) { --counts_.of[bin]; }
-    void put(uint8_t *to, int64_t, const uint8_t *) const { *to = static_cast<uint8_t>(counts_.fullest()); }
+    void addToColorBin(uint8_t bin, std::size_t) { keys_.add(bin); }
+    void removeFromColorBin(uint8_t bin) { keys_.remove(bin); }
+    void put(uint8_t *to, int64_t, const uint8_t *) const { *to = static_cast<uint8_t>(keys_.fullest()); }
 
 private:
-    BinCounts<Count> counts_;
+    BinKeys<Key> keys_;
 };
 
 /// One row. With a radius beyond half the width the stretches write more pixels than the row has and go on in the next
@@ -188,11 +196,14 @@ void modeRow(const ModeRow &row)
     ModeWalk<Bins>(row).go();
 }
 
+template <typename Key>
+constexpr ModeKernels kModeKernels{modeBins, modeRow<ColorBins<Key>>, modeRow<GrayBins<Key>>};
+
 inline ModeKernels modeOfRadius(int64_t radius)
 {
-    if (radius <= kLargestNarrowMode)
-        return {modeBins, modeRow<ColorBins<int16_t>>, modeRow<GrayBins<int16_t>>};
-    return {modeBins, modeRow<ColorBins<int32_t>>, modeRow<GrayBins<int32_t>>};
+    return radius <= kLargestShortKey  ? kModeKernels<int16_t>
+           : radius <= kLargestWideKey ? kModeKernels<int32_t>
+                                       : kModeKernels<int64_t>;
 }
 
 } // namespace

@@ -31,14 +31,16 @@ struct Brush {
     bool fits(int64_t place, int64_t length) const { return place >= half && place <= length - half - odd; }
 };
 
-/// Means over boxes of n by n pixels, each row of which starts padding / 2 above and before its pixel.
+/// Means over boxes of n by n pixels, each row of which starts padding / 2 above and before its pixel. Around the
+/// picture lies its mirror image. In a picture of no more rows or columns than that it reaches less far, the boxes start
+/// later, and what is left of the padding behind it is black: hosts rely on it.
 class WaterBox {
 public:
     /// \param sums room for sumCount(source, brush) numbers
     WaterBox(const SampleRows &source, const Brush &brush, uint32_t *sums)
         : source_(source), n_(brush.half), channels_(static_cast<int64_t>(source.channels)),
-          before_(std::min<int64_t>({brush.padding() / 2, source.height - 1, source.width - 1})),
-          columns_(source.width + brush.padding()), sums_(sums), divisor_(static_cast<uint64_t>(n_ * n_)),
+          before_(std::min<int64_t>({brush.padding() / 2, source.height - 1, source.width - 1})), sums_(sums),
+          divisor_(static_cast<uint64_t>(n_ * n_)),
           reciprocal_(n_ <= kLargestExact ? (uint64_t{1} << kShift) / divisor_ + 1 : 0)
     {
         std::fill_n(sums_, sumCount(source, brush), 0u);
@@ -67,16 +69,19 @@ private:
     static constexpr int64_t kLargestExact = 255;
     static constexpr int kShift = 40;
 
+    /// Whether a padded row or column shows one of the picture.
+    bool isMirrored(int64_t padded, int64_t length) const { return padded < length + 2 * before_; }
     /// Above and to the left the mirror leaves the edge out, below and to the right it repeats it: hosts rely on it.
     int64_t mirrored(int64_t padded, int64_t length) const
     {
         const int64_t place = padded - before_;
-        const int64_t turned = place < 0 ? -place : place < length ? place : 2 * length - 1 - place;
-        return std::clamp<int64_t>(turned, 0, length - 1);
+        return place < 0 ? -place : place < length ? place : 2 * length - 1 - place;
     }
     template <typename Change>
     void changeSums(int64_t paddedRow, Change change)
     {
+        if (!isMirrored(paddedRow, source_.height))
+            return;
         const uint8_t *const row = source_.row(static_cast<int>(mirrored(paddedRow, source_.height)));
         uint32_t *const sums = sums_ + before_ * channels_;
         const std::size_t bytes = source_.rowBytes();
@@ -99,7 +104,7 @@ private:
         };
         for (int64_t column = 0; column < before_; ++column)
             mirror(column);
-        for (int64_t column = before_ + source_.width; column < columns_; ++column)
+        for (int64_t column = before_ + source_.width; isMirrored(column, source_.width); ++column)
             mirror(column);
     }
     void writeChannel(uint8_t *to, const uint32_t *sums) const
@@ -124,9 +129,8 @@ private:
 
     SampleRows source_;
     int64_t n_, channels_;
-    int64_t before_;  ///< padded rows and columns before the picture
-    int64_t columns_; ///< of the padded picture
-    uint32_t *sums_;  ///< of the padded columns under the boxes of a row
+    int64_t before_; ///< padded rows and columns before the picture, and mirrored ones behind it
+    uint32_t *sums_; ///< of the padded columns under the boxes of a row
     uint64_t divisor_, reciprocal_;
 };
 
@@ -254,7 +258,8 @@ private:
         const double value = *std::max_element(pixel, pixel + sheet_.channels) * kWaterUnit;
         return value < 0.5 ? static_cast<int>(2 * ((0.5 - value) * light)) : light;
     }
-    /// A dash that reaches past the end of its row touches what lies there: hosts rely on it.
+    /// A dash that reaches past the end of its row touches what lies there, up to the end of the last row: hosts rely
+    /// on it.
     void lighten(int64_t firstY, int64_t lastY, int64_t firstX, int64_t lastX, int light) const
     {
         for (int64_t y = firstY; y <= lastY; ++y)

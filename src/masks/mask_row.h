@@ -82,20 +82,35 @@ inline void setBits(uint8_t *row, int64_t first, int64_t last)
     *end = static_cast<uint8_t>(*end | behind);
 }
 
+/// The first column from `begin` on, and before `end`, whose bit is not `value`; `end` where there is none.
+inline int64_t endOfRun(const uint8_t *row, int64_t begin, int64_t end, bool value)
+{
+    const auto whole = static_cast<uint8_t>(value ? 0xFF : 0x00);
+    const uint64_t wholeWord = value ? ~uint64_t{0} : 0;
+    int64_t x = begin;
+    while (x < end) {
+        const auto others = static_cast<uint8_t>((row[x / 8] ^ whole) << x % 8);
+        if (others != 0)
+            return std::min(end, x + std::countl_zero(others));
+        x += 8 - x % 8;
+        for (uint64_t word; x + 64 <= end; x += 64) {
+            std::memcpy(&word, row + x / 8, sizeof word);
+            if (word != wholeWord)
+                break;
+        }
+    }
+    return end;
+}
+
 /// Hands out the columns from `begin` up to `end` of a mask's row in runs of equal bits: use(first, end, isSet).
 template <typename Use>
 void forMaskRuns(const uint8_t *row, int64_t begin, int64_t end, Use use)
 {
-    const auto isSet = [row](int64_t x) { return (row[x / 8] & 0x80 >> x % 8) != 0; };
     while (begin < end) {
-        const bool value = isSet(begin);
-        const uint8_t whole = value ? 0xFF : 0x00;
-        int64_t x = begin + 1;
-        while (x < end && isSet(x) == value)
-            x += x % 8 == 0 && row[x / 8] == whole ? 8 : 1;
-        x = std::min(x, end);
-        use(begin, x, value);
-        begin = x;
+        const bool isSet = (row[begin / 8] & 0x80 >> begin % 8) != 0;
+        const int64_t runEnd = endOfRun(row, begin, end, isSet);
+        use(begin, runEnd, isSet);
+        begin = runEnd;
     }
 }
 

@@ -175,14 +175,16 @@ void paintHair(Canvas &canvas, int which, int c, int r, int length, const Bytes 
 struct Grown {
     Bytes bytes;
     long draws = 0, hairs = 0;
+    long onLimits = 0; ///< hairs whose number is the least of its direction's
 };
 
-/// The whole effect, step by step, from a clock that shows kSecond.
-Grown plainFur(const Pieces &source, int smoothSize, int length, int density, int calm)
+/// The whole effect, step by step, from a clock that shows this second.
+Grown plainFur(const Pieces &source, int smoothSize, int length, int density, int calm,
+               uint32_t second = kSecond)
 {
     const Pieces base = smoothed(source, smoothSize);
     Canvas canvas{base, source.header.biWidth, source.header.biHeight};
-    Numbers numbers(kSecond);
+    Numbers numbers(second);
     Grown grown;
     const double chance = (density * 0.01 / (length / 5 + 1)) / (density / 20 + 1);
     for (int y = 0; y < canvas.height; ++y)
@@ -192,7 +194,9 @@ Grown plainFur(const Pieces &source, int smoothSize, int length, int density, in
                 continue;
             ++grown.draws;
             ++grown.hairs;
-            const double v = (numbers.next() % 10000) * 0.00010001000100010001;
+            const int number = numbers.next() % 10000;
+            grown.onLimits += number != 0 && number % 1250 == 0 ? 1 : 0;
+            const double v = number * 0.00010001000100010001;
             int which = 0;
             for (const double limit : {0.125, 0.25, 0.375, 0.5, 0.625, 0.75, 0.875})
                 which += v < limit ? 0 : 1;
@@ -303,6 +307,20 @@ TEST_F(Fur, BoxesLargerThanThePicture)
         EXPECT_EQ(resultOf(white, smoothing(size)), smoothed(white, 2).bytes()) << size;
 }
 
+// Bright pixels but one that lacks a level: each box of 400 by 400 that has it is a level darker, by a part of the 35
+// millions in its sum that small numbers do not hold.
+TEST_F(Fur, MeansOfLargeBoxesAreCut)
+{
+    for (const Pieces &plain : {gray(210, 210), trueColor(210, 210)}) {
+        Pieces image = flat(plain, 220), darker = flat(plain, 0);
+        setPixel(image, 100, 100, Bytes(plain.header.biBitCount / 8, 219));
+        for (int y = 0; y < 210; ++y)
+            for (int x = 0; x < 210; ++x)
+                setPixel(darker, x, y, Bytes(plain.header.biBitCount / 8, 219));
+        EXPECT_EQ(resultOf(image, smoothing(400)), darker.bytes());
+    }
+}
+
 TEST_F(Fur, PaddingIsCopiedUnsmoothedAndElseZero)
 {
     const Pieces image = trueColor(5, 4);
@@ -362,6 +380,20 @@ TEST_F(Fur, LongHairsAsThePlainLoop)
             EXPECT_EQ(resultOf(grays, fur(2, length, density, 9)),
                       plainFur(grays, 2, length, density, 9).bytes);
         }
+}
+
+// The numbers from which on the next direction is taken are 1250, 2500 and so on.
+TEST_F(Fur, DirectionsAtTheirLimits)
+{
+    const Pieces image = trueColor(60, 50);
+    long onLimits = 0;
+    for (uint32_t second = 0; second < 8000000; second += 99991) {
+        stopClock(second);
+        const Grown plain = plainFur(image, 1, 6, 40, 0, second);
+        ASSERT_EQ(resultOf(image, fur(1, 6, 40, 0)), plain.bytes) << second;
+        onLimits += plain.onLimits;
+    }
+    EXPECT_GT(onLimits, 5);
 }
 
 TEST_F(Fur, WithoutHairsOnlyTheSmoothedPicture)

@@ -193,19 +193,6 @@ Handle run(const Effect &effect, void *dib)
     return result;
 }
 
-/// Clears what lies behind the pixels of each row of a 24-bit block.
-void clearPadding(Bytes &block)
-{
-    DibHeader header;
-    std::memcpy(&header, block.data(), sizeof header);
-    ASSERT_TRUE(header.biBitCount == 24 || header.biBitCount == 8);
-    const std::size_t stride = strideFor(header.biWidth, header.biBitCount),
-                      used = header.biBitCount / 8 * static_cast<std::size_t>(header.biWidth);
-    for (std::size_t row = sizeof header + 4 * std::size_t{header.biClrUsed}; row < block.size();
-         row += stride)
-        std::fill_n(block.begin() + static_cast<std::ptrdiff_t>(row + used), stride - used, uint8_t{0});
-}
-
 /// The bytes of the result and of operands that came with it; none for null. Padding that an effect does not
 /// define is 0.
 Bytes bytesOfRun(const Effect &effect, void *dib)

@@ -73,7 +73,8 @@ public:
 
     tagStainedGlassParam record; ///< with the fields that the lines leave behind
     Numbers numbers;
-    int drawn = 0; ///< numbers
+    int drawn = 0;         ///< numbers
+    mutable int below = 0; ///< colours taken from what a pane painted far below the last row
     int64_t cols = 0, rows = 0;
     bool isCells = false; ///< placed as a honeycomb
 
@@ -201,6 +202,8 @@ private:
         if (at < 0 || at >= places())
             return {};
         const uint8_t *const from = &pixels_[static_cast<std::size_t>(3 * at)];
+        if (at >= (width_ + 1) * height_ && from[0] + from[1] + from[2] > 0)
+            ++below;
         return {from[0], from[1], from[2]};
     }
     static Color mean(const std::vector<Color> &colors)
@@ -667,6 +670,15 @@ TEST_F(StainedGlass, AsThePlainLoopAtTallAndWideSizes)
                 check(trueColor(width, height, seconds), recordOf(divisor, 3, 4, 0x2060A0), seconds);
 }
 
+TEST_F(StainedGlass, ColumnsAreReckonedStepByStep)
+{
+    // A column of cells at 22 steps of 60 / 88 three times over is 45 in real numbers and a hair less in these.
+    for (const int width : {60, 68, 85, 136})
+        for (const uint32_t seconds : {1u, 77777u})
+            for (const int height : {12, 40})
+                check(trueColor(width, height, seconds), recordOf(1, 1), seconds);
+}
+
 TEST_F(StainedGlass, PointsOfManySeconds)
 {
     // A Y of three rows, whose junction may lie below the picture and far beside it.
@@ -767,6 +779,20 @@ TEST_F(StainedGlass, PanesReachTheNextRow)
         EXPECT_LE(white[0], 361);
     }
     EXPECT_GT(reached, 5);
+}
+
+TEST_F(StainedGlass, PanesTakeColorsFromPanesBelowThePicture)
+{
+    // The junction of a Y of three rows may lie two rows below them, and columns are taken for rows.
+    int below = 0;
+    for (uint32_t seconds = 0; seconds < 600; ++seconds) {
+        const Plain plain = check(trueColor(6, 3, seconds), recordOf(1, -4), seconds * 7919);
+        EXPECT_EQ(plain.cols, 1);
+        EXPECT_EQ(plain.rows, 4);
+        below += plain.below;
+        ASSERT_FALSE(HasFailure());
+    }
+    EXPECT_GT(below, 0);
 }
 
 TEST_F(StainedGlass, OneColorStaysInAHoneycomb)
@@ -971,14 +997,19 @@ TEST_F(StainedGlass, TellsNothingButCursors)
 
 TEST_F(StainedGlass, RefusalsLeaveRecordAndGenerator)
 {
-    tagStainedGlassParam record;
-    std::memset(&record, 0x5A, sizeof record);
-    const tagStainedGlassParam before = record;
-    const Handle grays = gray(9, 8).handle();
-    velmont::srand(5);
-    EXPECT_EQ(ProcessStainedGlass(grays, &record), nullptr);
-    EXPECT_EQ(std::memcmp(&record, &before, sizeof record), 0);
-    EXPECT_EQ(velmont::rand(), Numbers(5).next());
+    const Handle grays = gray(9, 8).handle(), colors = trueColor(9, 8).handle();
+    for (const auto &[source, divisor] : {std::pair<void *, int>{grays, 3}, {colors, 0}, {colors, -1}}) {
+        tagStainedGlassParam record;
+        std::memset(&record, 0x5A, sizeof record);
+        record.cellDivisor = divisor;
+        const tagStainedGlassParam before = record;
+        const int64_t allocations = memory_hooks::counts().allocations;
+        velmont::srand(5);
+        EXPECT_EQ(ProcessStainedGlass(source, &record), nullptr);
+        EXPECT_EQ(std::memcmp(&record, &before, sizeof record), 0);
+        EXPECT_EQ(velmont::rand(), Numbers(5).next());
+        EXPECT_EQ(memory_hooks::counts().allocations, allocations);
+    }
 }
 
 TEST_F(StainedGlass, LocksAreHeldUntilTheArrow)

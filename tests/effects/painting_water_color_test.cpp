@@ -1,6 +1,7 @@
 // Water colour, and the median that it shares.
 
 #include "artistic/sized_median.h"
+#include "tests/effects/filter_testing.h"
 #include "tests/effects/painting_testing.h"
 #include <array>
 #include <velmont/effects.h>
@@ -285,6 +286,21 @@ TEST_F(WaterColor, LargePatchesAsThePlainLoop)
                 ASSERT_EQ(resultOf(image, waterColor(size, 1)), painted(image, size, 1))
                     << width << " x " << height << ", " << size;
     }
+}
+
+// One colour fills a single bin: with all that the windows of these radii hold, to both sides of what a byte and 16 bits
+// hold, and 23 bits.
+TEST_F(WaterColor, FullBinsAsThePlainLoop)
+{
+    for (const CpuLevel level : cpuLevels()) {
+        limitCpuLevel(level);
+        for (const int size : {2, 5, 6, 7, 8, 15, 89, 90, 92, 94})
+            for (const Pieces &image :
+                 {flat(trueColor(200, 2 * size + 2), 177), flat(gray(200, 2 * size + 2), 177)})
+                ASSERT_EQ(resultOf(image, waterColor(size, 0)), painted(image, size, 0)) << size;
+    }
+    const Pieces column = flat(trueColor(1, 3801), 177);
+    ASSERT_EQ(resultOf(column, waterColor(1900, 0)), painted(column, 1900, 0));
 }
 
 TEST_F(WaterColor, Events)

@@ -2,6 +2,7 @@
 
 #include "core/clock.h"
 #include "core/generator.h"
+#include "tests/effects/filter_testing.h"
 #include "tests/effects/painting_testing.h"
 #include <array>
 #include <velmont/effects.h>
@@ -21,7 +22,7 @@ Effect waterPaper(int brushSize, int brightness = 50, int contrast = 50)
     };
 }
 
-/// The picture in a frame of its mirror image, pixel by pixel.
+/// The picture in a frame of its mirror image, q rows and columns wide, pixel by pixel; 0 beyond it.
 struct Mirrored {
     const Canvas &source;
     int64_t q;
@@ -32,10 +33,12 @@ struct Mirrored {
             return q - k;
         if (k < q + length)
             return k - q;
-        return std::max<int64_t>(length - 1 - (k - q - length), 0);
+        return length - 1 - (k - q - length);
     }
     int at(int64_t y, int64_t x, int64_t channel) const
     {
+        if (y >= source.height + 2 * q || x >= source.width + 2 * q)
+            return 0;
         return source.at(turned(y, q, source.height), turned(x, q, source.width), channel);
     }
 };
@@ -138,10 +141,10 @@ std::vector<int> packedOf(const Canvas &picture)
     return packed;
 }
 
-void dash(Canvas &picture, int s)
+void dash(Canvas &picture, int s, uint32_t second)
 {
     const std::vector<int> packed = packedOf(picture);
-    Numbers numbers(kSecond);
+    Numbers numbers(second);
     const int64_t half = s / 2, odd = s % 2, m = std::min<int64_t>(half, 5), width = picture.width,
                   height = picture.height, channels = picture.channels;
     const int range = std::max(35 - (s - 3) * (s - 3), 10);
@@ -182,10 +185,12 @@ void dash(Canvas &picture, int s)
         }
 }
 
-void stroke(Canvas &picture, int s)
+/// \return how many dark pixels drew just the chance
+int stroke(Canvas &picture, int s, uint32_t second)
 {
     const std::vector<int> packed = packedOf(picture);
-    Numbers numbers(kSecond);
+    Numbers numbers(second);
+    int equal = 0;
     const int64_t half = s / 2, odd = s % 2, width = picture.width, height = picture.height,
                   channels = picture.channels;
     const double threshold = s < 8 ? 0.5 : s < 15 ? 0.3 : s < 20 ? 0.2 : s < 30 ? 0.15 : 0.05;
@@ -205,7 +210,9 @@ void stroke(Canvas &picture, int s)
             }
             if (bright > 0 || middle > 1)
                 continue;
-            if (!(numbers.next() % 10000 * 0.0001 < threshold))
+            const double number = numbers.next() % 10000 * 0.0001;
+            equal += number == threshold ? 1 : 0;
+            if (!(number < threshold))
                 continue;
             if (r % 4 == 0 && c >= half && c <= width - half - odd)
                 for (int64_t k = -half; k <= half + odd - 1; ++k) {
@@ -218,16 +225,17 @@ void stroke(Canvas &picture, int s)
                     mix(r + k, c + 1, r, c + 1);
                 }
         }
+    return equal;
 }
 
 /// The block that the effect makes, with zero padding.
-Bytes papered(const Pieces &image, int s, int brightness, int contrast)
+Bytes papered(const Pieces &image, int s, int brightness, int contrast, uint32_t second = kSecond)
 {
     Canvas picture = softened(Canvas(image), s);
     tone(picture, brightness, contrast);
     if (s <= 7)
-        dash(picture, s);
-    stroke(picture, s);
+        dash(picture, s, second);
+    stroke(picture, s, second);
     return withoutPadding(image, bytesWith(image, picture));
 }
 
@@ -261,21 +269,50 @@ TEST_F(WaterPaper, Refusals)
     }
 }
 
-// A single row has no strokes, and a brush of 8 leaves no dashes: a box of four and the tones. As there is one row the
-// box starts at its pixel; behind the row lies its mirror image: 250 240 230. The first column stays in each
-// sum, so that the means are 215, 222, 230, 235, 235 and 230, of which the tones keep whole thousandths.
-TEST_F(WaterPaper, SofteningByHand)
+// A single row has no strokes, and a brush of 8 leaves no dashes: a box of four and the tones, which keep whole
+// thousandths. One row has no mirror image, so that the box starts at its pixel and sees black below and behind the row;
+// the first column stays in each sum: 860, 890, 920, 690, 450 and 200 of 16.
+TEST_F(WaterPaper, SofteningOfARowByHand)
 {
     const Pieces row = levels({{200, 210, 220, 230, 240, 250}});
-    EXPECT_EQ(withoutPadding(row, resultOf(row, waterPaper(8))),
-              levels({{214, 221, 229, 234, 234, 229}}).bytes());
+    EXPECT_EQ(withoutPadding(row, resultOf(row, waterPaper(8))), levels({{52, 54, 56, 42, 27, 11}}).bytes());
+    const Pieces column = levels({{200}, {210}, {220}, {230}, {240}, {250}});
+    // Down a column each box sees the four rows from its own on and nothing beside: 860, 900, 940, 720, 490, 250 of 16.
+    EXPECT_EQ(withoutPadding(column, resultOf(column, waterPaper(8))),
+              levels({{52}, {55}, {57}, {44}, {29}, {14}}).bytes());
+}
+
+// Two rows are mirrored once on each side, and so are the columns: rows 248 216 248 248 and 0, of which the boxes sum 960
+// and 712. The last pixel's box lacks a column.
+TEST_F(WaterPaper, SofteningOfTwoRowsByHand)
+{
+    const Pieces rows = levels({{216, 216, 216, 216}, {248, 248, 248, 248}});
+    EXPECT_EQ(withoutPadding(rows, resultOf(rows, waterPaper(8))),
+              levels({{239, 239, 239, 179}, {177, 177, 177, 132}}).bytes());
+}
+
+// Bright pixels but one that lacks a level: each box of 400 by 400 that has it is a level darker, by a part of the 35
+// millions in its sum that no shortcut to a quotient may lose.
+TEST_F(WaterPaper, MeansOfLargeBoxesAreCut)
+{
+    Pieces image = flat(gray(210, 210), 220);
+    setPixel(image, 100, 100, {219});
+    for (std::size_t i = 0; i < image.rows.size(); ++i)
+        if (i % 212 >= 210)
+            image.rows[i] = 0;
+    EXPECT_EQ(withoutPadding(image, resultOf(image, waterPaper(800))), [&] {
+        Pieces darker = image; // 219 is 858 thousandths
+        for (std::size_t i = 0; i < darker.rows.size(); ++i)
+            darker.rows[i] = i % 212 < 210 ? 218 : 0;
+        return darker.bytes();
+    }());
 }
 
 TEST_F(WaterPaper, TonesByHand)
 {
-    // A single pixel has no strokes, and its box is itself.
+    // A single pixel has neither dashes nor strokes, and its box is itself.
     const auto toneOf = [](uint8_t level, int brightness, int contrast) {
-        const Bytes result = resultOf(levels({{level}}), waterPaper(8, brightness, contrast));
+        const Bytes result = resultOf(levels({{level}}), waterPaper(2, brightness, contrast));
         return result.empty() ? -1 : static_cast<int>(result[1064]);
     };
     EXPECT_EQ(toneOf(255, 50, 50), 254); // the largest tone is that of 999 thousandths
@@ -285,6 +322,10 @@ TEST_F(WaterPaper, TonesByHand)
         EXPECT_EQ(toneOf(static_cast<uint8_t>(level), 50, 0), 127) << level; // flat in the middle
     EXPECT_EQ(toneOf(128, 50, 100), 255);
     EXPECT_EQ(toneOf(127, 50, 100), 0);
+    // From the end of the stretched part on tones are whole: 850 thousandths of 217, 780 of 199, 670 of 171.
+    EXPECT_EQ(toneOf(217, 50, 65), 255);
+    EXPECT_EQ(toneOf(199, 50, 72), 255);
+    EXPECT_EQ(toneOf(171, 50, 83), 255);
     EXPECT_EQ(toneOf(0, 100, 50), static_cast<int>(255 * (2 * 0.5 / 6)));
     EXPECT_EQ(toneOf(255, 0, 50), static_cast<int>(255 * (1 - 2 * 0.5 / 6)));
     // Nothing that is divided by nothing does harm.
@@ -332,6 +373,35 @@ TEST_F(WaterPaper, LargeBrushes)
         for (const int size : {40, 66, 131, 600})
             ASSERT_EQ(withoutPadding(image, resultOf(image, waterPaper(size))), papered(image, size, 50, 50))
                 << size;
+}
+
+// On both sides of each size at which strokes become rarer.
+TEST_F(WaterPaper, ChancesOfStrokesBySize)
+{
+    const Pieces image = dark(gray(90, 61));
+    for (const int size : {7, 8, 14, 15, 19, 20, 29, 30})
+        ASSERT_EQ(withoutPadding(image, resultOf(image, waterPaper(size))), papered(image, size, 50, 50))
+            << size;
+}
+
+// A number that is the chance itself starts no stroke.
+TEST_F(WaterPaper, StrokesBelowTheirChanceOnly)
+{
+    const Pieces image = dark(gray(60, 9));
+    Canvas picture = softened(Canvas(image), 8);
+    tone(picture, 50, 50);
+    int equal = 0;
+    for (uint32_t second = 0; second < 1000; ++second) {
+        Canvas stroked = picture;
+        const int some = stroke(stroked, 8, second);
+        if (some == 0)
+            continue;
+        equal += some;
+        stopClock(second);
+        ASSERT_EQ(withoutPadding(image, resultOf(image, waterPaper(8))), papered(image, 8, 50, 50, second))
+            << second;
+    }
+    EXPECT_GT(equal, 10);
 }
 
 // The generator goes on behind the strokes' numbers, which start from the second of the clock.
@@ -421,6 +491,42 @@ TEST_F(WaterPaper, Padding)
             EXPECT_EQ(result[1064 + i], 0xCD) << i;
         }
     EXPECT_EQ(copied.back(), image.rows.back());
+}
+
+TEST_F(WaterPaper, AsksForTheResultWithoutFlags)
+{
+    for (const Pieces &image : {gray(9, 8), trueColor(9, 8)}) {
+        const Handle source = image.handle();
+        memory_hooks::failAllocation(1);
+        EXPECT_EQ(waterPaper(8)(source), nullptr);
+        memory_hooks::failAllocation(0);
+        EXPECT_EQ(memory_hooks::counts().lastFlags, 0u);
+        EXPECT_EQ(memory_hooks::counts().lastBytes, image.bytes().size());
+    }
+}
+
+// Dashes that reach past the end of a row lighten what lies there; behind the last row nothing is written.
+TEST_F(WaterPaper, DashesPastTheEndOfARow)
+{
+    constexpr uint8_t kFill = 0x01;
+    memory_hooks::setFillByte(kFill);
+    for (const Pieces &image : {flat(gray(9, 3), 210), flat(trueColor(9, 3), 210)})
+        for (const int size : {4, 5, 6, 7}) {
+            const std::size_t stride = strideFor(9, image.header.biBitCount),
+                              used = 9 * static_cast<std::size_t>(image.header.biBitCount) / 8;
+            std::size_t touched = 0;
+            for (uint32_t second = 0; second < 1000; ++second) {
+                stopClock(second * 7919);
+                const Bytes result = resultOf(image, waterPaper(size));
+                ASSERT_EQ(result.size(), image.bytes().size());
+                const std::size_t last = result.size() - stride;
+                for (std::size_t i = last + used; i < result.size(); ++i)
+                    ASSERT_EQ(result[i], kFill) << size << ", " << second;
+                for (std::size_t i = last - stride + used; i < last; ++i)
+                    touched += result[i] != kFill ? 1 : 0;
+            }
+            EXPECT_GT(touched, 0u) << size;
+        }
 }
 
 TEST_F(WaterPaper, Code)

@@ -35,6 +35,21 @@ DibHeader headerOf(void *handle)
     return header;
 }
 
+void clearPadding(Bytes &block)
+{
+    DibHeader header{};
+    if (block.size() >= sizeof header)
+        std::memcpy(&header, block.data(), sizeof header);
+    if (header.biWidth < 1 || header.biHeight < 1)
+        return;
+    const std::size_t stride = strideFor(header.biWidth, header.biBitCount),
+                      used = (static_cast<std::size_t>(header.biWidth) * header.biBitCount + 7) / 8,
+                      rows = sizeof header + 4 * std::size_t{header.biClrUsed};
+    ASSERT_EQ(block.size(), rows + stride * static_cast<std::size_t>(header.biHeight));
+    for (std::size_t row = rows; row < block.size(); row += stride)
+        std::fill_n(block.begin() + static_cast<std::ptrdiff_t>(row + used), stride - used, uint8_t{0});
+}
+
 std::size_t strideFor(int width, int bits)
 {
     const std::size_t rowBits = static_cast<std::size_t>(width) * static_cast<std::size_t>(bits);

@@ -40,6 +40,8 @@ Handle blockOf(std::span<const uint8_t> bytes);
 Bytes bytesOf(void *handle);
 /// The header of a block.
 DibHeader headerOf(void *handle);
+/// Clears what lies behind the pixels of each row, in the bytes of an image that fits its header.
+void clearPadding(Bytes &block);
 
 /// The stride of a row, worked out one bit at a time.
 std::size_t strideFor(int width, int bits);
