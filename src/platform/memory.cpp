@@ -379,8 +379,10 @@ std::optional<Block> snapshot(void *handle)
 
 } // namespace
 
-void *allocateBlock(unsigned flags, std::size_t bytes, Contents contents)
+void *allocateBlock(unsigned flags, uint64_t wanted, Contents contents)
 {
+    // More than there can be where addresses are too short for it.
+    const auto bytes = static_cast<std::size_t>(std::min<uint64_t>(wanted, SIZE_MAX));
     int fillByte = -1;
     if (!admitAllocation(flags, bytes, fillByte))
         return nullptr;
