@@ -10,6 +10,8 @@
 #include <cstdint>
 #include <velmont/export.h>
 
+// Who includes <windows.h>, which has to come first, has both already, of the same layout.
+#if !defined(_WINDEF_)
 /// A rectangle in pixels; right and bottom lie outside it.
 struct tagRECT {
     int32_t left, top, right, bottom;
@@ -19,6 +21,7 @@ struct tagRECT {
 struct tagPOINT {
     int32_t x, y;
 };
+#endif
 
 // Crop and distort
 

@@ -64,8 +64,8 @@ class CellDrawer {
 public:
     CellDrawer(const ViewSamples &samples, const CellPlan &plan, int columns)
         : samples_(samples), plan_(plan), columns_(columns),
-          drafts_(sizeof(Draft) * static_cast<std::size_t>(columns)),
-          sums_(sizeof(uint64_t) * (static_cast<std::size_t>(samples.width()) + 1))
+          drafts_(uint64_t{sizeof(Draft)} * static_cast<unsigned>(columns)),
+          sums_(sizeof(uint64_t) * (uint64_t{1} + static_cast<unsigned>(samples.width())))
     {
     }
 

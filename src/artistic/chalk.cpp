@@ -400,7 +400,7 @@ void *ProcessChalk(void *dib, tagChalkParam *param)
             grayRow(gray->bytes() + width * y, source->row(static_cast<int>(y)), width);
         levels = {gray->bytes(), width, width, height};
     }
-    ScratchBlock planes(3 * Plane::bytesFor(*source));
+    ScratchBlock planes(uint64_t{3} * Plane::bytesFor(*source));
     if (!planes.bytes()) {
         showArrowCursor(); // here hosts see it, and find both blocks locked all the same
         return frame.abandon();

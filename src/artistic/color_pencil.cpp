@@ -24,12 +24,12 @@ public:
           height_(static_cast<std::size_t>(source.height)), strengths_(reinterpret_cast<int16_t *>(room))
     {
     }
-    static std::size_t sizeFor(const SampleRows &source)
+    static uint64_t sizeFor(const SampleRows &source)
     {
         // The map, two rows of slopes, and three lines of the picture with room for a pixel at both ends.
-        return sizeof(int16_t) * static_cast<std::size_t>(source.width) *
-                   (static_cast<std::size_t>(source.height) + 2) +
-               3 * lineBytes(source);
+        return sizeof(int16_t) * static_cast<uint64_t>(source.width) *
+                   (static_cast<uint64_t>(source.height) + 2) +
+               uint64_t{3} * lineBytes(source);
     }
 
     void find(const PencilKernels &kernels)
@@ -159,9 +159,9 @@ public:
           numbers_(reinterpret_cast<uint16_t *>(starts_ + width_))
     {
     }
-    static std::size_t sizeFor(const SampleRows &source, const tagColorPencilParam &setting)
+    static uint64_t sizeFor(const SampleRows &source, const tagColorPencilParam &setting)
     {
-        const std::size_t width = static_cast<std::size_t>(source.width);
+        const auto width = static_cast<uint64_t>(source.width);
         return sizeof(int32_t) * width * (source.channels * keptRows(source, setting) + 1) +
                sizeof(uint16_t) * width;
     }

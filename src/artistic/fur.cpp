@@ -27,7 +27,9 @@ public:
 
     int64_t pixels() const { return source_.width() + 2 * border_; }
     int64_t count() const { return source_.height() + 2 * border_; }
-    std::size_t rowBytes() const { return static_cast<std::size_t>(pixels() * channels_); }
+    uint64_t longRowBytes() const { return static_cast<uint64_t>(pixels() * channels_); }
+    /// Of rows that fit memory.
+    std::size_t rowBytes() const { return static_cast<std::size_t>(longRowBytes()); }
 
     /// Row `row` of those with borders.
     /// \return false, and nothing is written, where all of it is 0.
@@ -93,10 +95,13 @@ public:
     }
 
     /// Whether the mirrored picture fits a block.
-    bool fitsMemory() const { return static_cast<uint64_t>(rows_.count()) <= UINT32_MAX / rows_.rowBytes(); }
-    std::size_t scratchBytes() const
+    bool fitsMemory() const
     {
-        return rows_.rowBytes() * (sizeof(uint32_t) + 1) + (rowBytes_ + 1) * sizeof(int64_t);
+        return static_cast<uint64_t>(rows_.count()) <= UINT32_MAX / rows_.longRowBytes();
+    }
+    uint64_t scratchBytes() const
+    {
+        return rows_.longRowBytes() * (sizeof(uint32_t) + 1) + (uint64_t{rowBytes_} + 1) * sizeof(int64_t);
     }
     void useScratch(uint8_t *scratch)
     {

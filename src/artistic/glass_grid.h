@@ -24,9 +24,9 @@ struct GlassGridSize {
     /// \param cellDivisor from 1 on
     static GlassGridSize of(int width, int height, int cellDivisor);
 
-    std::size_t pointBytes() const
+    uint64_t pointBytes() const
     {
-        return sizeof(GlassPoint) * static_cast<std::size_t>(cols) * static_cast<std::size_t>(rows);
+        return sizeof(GlassPoint) * static_cast<uint64_t>(cols) * static_cast<uint64_t>(rows);
     }
 };
 

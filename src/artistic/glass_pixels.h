@@ -15,9 +15,9 @@ class GlassPixels {
 public:
     static constexpr int64_t kPixelBytes = 3;
 
-    static std::size_t bytesFor(int width, int height)
+    static uint64_t bytesFor(int width, int height)
     {
-        return static_cast<std::size_t>(countOf(width, height) * kPixelBytes);
+        return static_cast<uint64_t>(countOf(width, height) * kPixelBytes);
     }
     GlassPixels(uint8_t *bytes, int width, int height)
         : bytes_(bytes), width_(width), height_(height), count_(countOf(width, height))

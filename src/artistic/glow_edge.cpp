@@ -158,7 +158,7 @@ public:
     }
 
     /// What the first half needs: the squares of two rows.
-    std::size_t squareBytes() const { return 2 * bytes_ * sizeof(uint32_t); }
+    uint64_t squareBytes() const { return uint64_t{2} * bytes_ * sizeof(uint32_t); }
     /// Measures the edges, before levels are asked for.
     void measure(uint8_t *squares)
     {
@@ -166,12 +166,12 @@ public:
         largest_ = gradients_.largest(squares_);
     }
     /// What the second half needs.
-    std::size_t scratchBytes() const
+    uint64_t scratchBytes() const
     {
-        std::size_t levels = 0;
+        uint64_t levels = 0;
         for (const uint32_t largest : largest_)
-            levels += std::size_t{largest} + 1;
-        return levels + kRows * bytes_ +
+            levels += uint64_t{largest} + 1;
+        return levels + uint64_t{kRows} * bytes_ +
                std::max(dilatedRowScratch(shape_),
                         dilatedColumnsScratch(source_.height(), shape_.radius, bytes_));
     }

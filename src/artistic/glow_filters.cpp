@@ -121,9 +121,9 @@ void upperMedians(uint8_t *to, const LevelRows &rows, std::size_t width, std::si
         take(x);
 }
 
-std::size_t dilatedRowScratch(const DilationShape &shape)
+uint64_t dilatedRowScratch(const DilationShape &shape)
 {
-    return shape.radius < 0 ? 0 : 2 * widenedBytes(shape);
+    return shape.radius < 0 ? 0 : uint64_t{2} * widenedBytes(shape);
 }
 
 void dilateRow(uint8_t *to, const uint8_t *from, const DilationShape &shape, uint8_t *scratch)
@@ -147,12 +147,12 @@ void dilateRow(uint8_t *to, const uint8_t *from, const DilationShape &shape, uin
         std::memset(to + counted, kNothing, channels);
 }
 
-std::size_t dilatedColumnsScratch(int height, int radius, std::size_t bytes)
+uint64_t dilatedColumnsScratch(int height, int radius, std::size_t bytes)
 {
     if (radius < 0)
         return 0;
     const int64_t rows = std::min<int64_t>(2 * int64_t{radius} + 1, height);
-    return (2 * static_cast<std::size_t>(rows) + 2) * bytes;
+    return (2 * static_cast<uint64_t>(rows) + 2) * bytes;
 }
 
 void dilateColumns(const DilationRows &rows, int radius, uint8_t *scratch, const DilatedRow &done)

@@ -28,7 +28,7 @@ struct DilationShape {
     int radius; ///< from 0
 };
 /// Scratch bytes that dilateRow needs.
-std::size_t dilatedRowScratch(const DilationShape &shape);
+uint64_t dilatedRowScratch(const DilationShape &shape);
 /// The largest codes of the windows along one row. Where the row is longer than a window its last column counts in none,
 /// hosts rely on it; what has no column at all gets code 1.
 void dilateRow(uint8_t *to, const uint8_t *from, const DilationShape &shape, uint8_t *scratch);
@@ -45,7 +45,7 @@ struct DilationRows {
 /// What becomes of a row of largest codes, at its place.
 using DilatedRow = std::function<void(uint8_t *to, const uint8_t *codes)>;
 /// Scratch bytes that dilateColumns needs.
-std::size_t dilatedColumnsScratch(int height, int radius, std::size_t bytes);
+uint64_t dilatedColumnsScratch(int height, int radius, std::size_t bytes);
 /// The largest codes of windows down the columns, in place, row by row.
 void dilateColumns(const DilationRows &rows, int radius, uint8_t *scratch, const DilatedRow &done);
 

@@ -164,7 +164,7 @@ void *ProcessWaterColor(void *dib, tagWaterColorParam *param)
     if (!frame.begin(plan))
         return nullptr;
     SampleRows rows = sampleRows(*source);
-    ScratchBlock toned(rows.bytes() + binRoom(rows)), patched(rows.bytes());
+    ScratchBlock toned(uint64_t{rows.bytes()} + binRoom(rows)), patched(rows.bytes());
     if (!toned.bytes() || !patched.bytes())
         return abandonAtWork(frame);
     applyWaterTone(toned.bytes(), rows, setting.toneDepth);

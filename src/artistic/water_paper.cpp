@@ -347,14 +347,14 @@ private:
 
 /// Bytes of the working memory: the sums of a row's boxes and the packed picture. More than there can be where 32 bits do
 /// not hold a picture with all that its boxes reach: hosts rely on no result there.
-std::size_t workBytes(const SampleRows &source, const Brush &brush)
+uint64_t workBytes(const SampleRows &source, const Brush &brush)
 {
     const auto padded = [&](int length) {
         return static_cast<uint64_t>(std::max<int64_t>(length, length + brush.padding()));
     };
     if (padded(source.width) * padded(source.height) > UINT32_MAX / source.channels)
         return SIZE_MAX;
-    return sizeof(uint32_t) * WaterBox::sumCount(source, brush) +
+    return uint64_t{sizeof(uint32_t)} * WaterBox::sumCount(source, brush) +
            source.rowBytes() * static_cast<std::size_t>(source.height);
 }
 

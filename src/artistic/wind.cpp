@@ -163,7 +163,7 @@ void *ProcessWind(void *dib, tagParamWind *param)
     if (!frame.allocate(plan))
         return nullptr;
     const std::size_t bytes = sampleBytes(*source), channels = samplesPerPixel(*source);
-    ScratchBlock scratch((bytes + channels) * sizeof(uint32_t) + bytes);
+    ScratchBlock scratch((uint64_t{bytes} + channels) * sizeof(uint32_t) + bytes);
     if (!scratch.bytes())
         return frame.giveUp();
     auto *const sums = reinterpret_cast<uint32_t *>(scratch.bytes());

@@ -5,10 +5,10 @@
 namespace velmont {
 
 /// Working memory of one call, a block of the memory service: released at the end of the scope or before. Its
-/// contents are undefined.
+/// contents are undefined. Sizes are reckoned in 64 bits, so that none overflows where addresses are shorter.
 class ScratchBlock {
 public:
-    explicit ScratchBlock(std::size_t bytes)
+    explicit ScratchBlock(uint64_t bytes)
         : handle_(allocateBlock(KEL_MEM_MOVEABLE | KEL_MEM_ZERO, bytes, Contents::Overwritten)),
           lock_(handle_)
     {

@@ -194,7 +194,7 @@ void *ProcessButtonize(void *dib, tagParamButtonize *param)
     const ResultPlan plan = planWithColors(source);
     if (!frame.allocate(plan))
         return nullptr;
-    ScratchBlock scratch(sampleBytes(source) * (sizeof(double) + sizeof(int64_t)));
+    ScratchBlock scratch(uint64_t{sampleBytes(source)} * (sizeof(double) + sizeof(int64_t)));
     if (!scratch.bytes())
         return frame.giveUp();
     frame.open(plan.headerBytes);

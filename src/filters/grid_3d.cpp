@@ -60,7 +60,7 @@ void *Process3DGrid(void *dib, tagParam3DGrid *param)
         return nullptr;
     const std::size_t bytes = sampleBytes(source), channels = samplesPerPixel(source);
     const auto width = static_cast<std::size_t>(source.width());
-    ScratchBlock scratch(2 * bytes);
+    ScratchBlock scratch(uint64_t{2} * bytes);
     if (!scratch.bytes())
         return frame.giveUp();
     uint8_t *const columns = scratch.bytes(), *const walk = columns + bytes;

@@ -16,7 +16,7 @@ struct ColumnCounts {
     uint8_t *bytes; ///< bytesFor(columns), all 0 at first
     std::size_t columns;
 
-    static std::size_t bytesFor(std::size_t columns) { return columns * kParts * (kParts + 1); }
+    static uint64_t bytesFor(std::size_t columns) { return uint64_t{columns} * kParts * (kParts + 1); }
     uint8_t *coarse(std::size_t column) const { return bytes + column * kParts; }
     uint8_t *fine(std::size_t part, std::size_t column) const
     {

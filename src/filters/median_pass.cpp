@@ -10,10 +10,10 @@ MedianPass::MedianPass(const SampleRows &source, int size, MedianKind kind)
 {
     if (!ofColumns_)
         return;
-    const std::size_t bytes = ColumnCounts::bytesFor(source.rowBytes());
+    const uint64_t bytes = ColumnCounts::bytesFor(source.rowBytes());
     columnCounts_.emplace(bytes);
     if (columnCounts_->bytes())
-        std::memset(columnCounts_->bytes(), 0, bytes);
+        std::memset(columnCounts_->bytes(), 0, static_cast<std::size_t>(bytes));
     else
         ofColumns_ = nullptr; // each window by itself is slower and needs no memory
 }

@@ -181,7 +181,7 @@ void *ProcessMotionBlur(void *dib, tagParamMotionBlur *param)
         return nullptr;
     std::optional<ScratchBlock> scratch;
     if (heading.isDiagonal()) {
-        scratch.emplace(sampleBytes(source) * sizeof(uint16_t));
+        scratch.emplace(uint64_t{sampleBytes(source)} * sizeof(uint16_t));
         if (!scratch->bytes())
             return frame.giveUp();
     }

@@ -60,9 +60,7 @@ void *ProcessOilPaint(void *dib, int radius)
     const ResultPlan plan = planWithColors(source);
     if (!frame.allocate(plan))
         return nullptr;
-    // More than there can be where the product does not fit.
-    ScratchBlock scratch(
-        static_cast<std::size_t>(std::min<uint64_t>(uint64_t{kOilBins} * sampleBytes(source), SIZE_MAX)));
+    ScratchBlock scratch(uint64_t{kOilBins} * sampleBytes(source));
     if (!scratch.bytes())
         return frame.giveUp();
     frame.open(plan.headerBytes);

@@ -224,7 +224,7 @@ void *ProcessOuterLevel(void *dib, tagParamOuterLevel *param)
     if (!frame.allocate(plan))
         return nullptr;
     const std::size_t bytes = sampleBytes(source);
-    ScratchBlock scratch(bytes * sizeof(double));
+    ScratchBlock scratch(uint64_t{bytes} * sizeof(double));
     if (!scratch.bytes())
         return frame.giveUp();
     frame.open(plan.headerBytes);

@@ -47,7 +47,8 @@ inline ResultPlan planOnSamples(const Dib &source)
 inline ResultPlan planWithColors(const Dib &source)
 {
     ResultPlan plan = planOnSamples(source);
-    plan.headerBytes = kHeaderBytes + kColorBytes * std::size_t{source.header().biClrUsed};
+    const uint64_t bytes = kHeaderBytes + uint64_t{kColorBytes} * source.header().biClrUsed;
+    plan.headerBytes = static_cast<std::size_t>(std::min<uint64_t>(bytes, SIZE_MAX));
     return plan;
 }
 

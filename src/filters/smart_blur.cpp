@@ -297,8 +297,7 @@ void *ProcessSmartBlur(void *dib, tagSmartBlurParam *param)
     }
     const uint64_t planeBytes =
         EdgePicture::kBytesPerPixel * static_cast<uint64_t>(width) * static_cast<uint64_t>(source.height());
-    ScratchBlock scratch(
-        static_cast<std::size_t>(std::min<uint64_t>(planeBytes + Smoother::rowsBytes(width), SIZE_MAX)));
+    ScratchBlock scratch(planeBytes + Smoother::rowsBytes(width));
     if (!scratch.bytes())
         return frame.giveUp();
     frame.open(kHeaderBytes);

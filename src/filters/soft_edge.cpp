@@ -24,15 +24,15 @@ public:
     {
     }
 
-    std::size_t scratchBytes() const
+    uint64_t scratchBytes() const
     {
-        return kSumRows * static_cast<std::size_t>(sumCount_) * sizeof(uint16_t) +
-               static_cast<std::size_t>((keptRows_ + 1) * rowBytes_);
+        return kSumRows * static_cast<uint64_t>(sumCount_) * sizeof(uint16_t) +
+               static_cast<uint64_t>((keptRows_ + 1) * rowBytes_);
     }
     /// All zeros before the first row.
     void useScratch(uint8_t *scratch)
     {
-        std::memset(scratch, 0, scratchBytes());
+        std::memset(scratch, 0, static_cast<std::size_t>(scratchBytes()));
         sums_ = reinterpret_cast<uint16_t *>(scratch);
         rows_ = scratch + kSumRows * static_cast<std::size_t>(sumCount_) * sizeof(uint16_t);
         for (int64_t y = 0; y < radius_; ++y)

@@ -52,7 +52,7 @@ public:
     {
         return sampleBytes(source) + 2 * kReach * samplesPerPixel(source);
     }
-    static std::size_t bytes(const Dib &source) { return UserTaps::kRows * widenedBytes(source); }
+    static uint64_t bytes(const Dib &source) { return uint64_t{UserTaps::kRows} * widenedBytes(source); }
 
     /// Moves to row y; rows are taken in their order.
     void moveTo(int y)

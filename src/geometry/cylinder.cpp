@@ -31,7 +31,7 @@ void *ProcessCylinder(void *dib)
     if (!servesSamples(frame) || !frame.allocate({frame.source().layout(), Contents::Overwritten}))
         return nullptr;
     const int width = frame.source().width();
-    ScratchBlock scratch(static_cast<std::size_t>(width) * sizeof(CylinderColumn));
+    ScratchBlock scratch(static_cast<uint64_t>(width) * sizeof(CylinderColumn));
     auto *const columns = reinterpret_cast<CylinderColumn *>(scratch.bytes());
     if (!columns)
         return frame.giveUp();

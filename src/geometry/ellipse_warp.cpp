@@ -55,7 +55,7 @@ int32_t EllipseIndex::ofRow(int y, int height) const
 
 EllipseWarp::EllipseWarp(const Dib &source)
     : source_(source), index_(EllipseIndex::make(source.width(), source.height())),
-      columns_(static_cast<std::size_t>(source.width()) * sizeof(int32_t))
+      columns_(static_cast<uint64_t>(source.width()) * sizeof(int32_t))
 {
     if (!*this)
         return;

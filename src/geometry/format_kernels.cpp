@@ -38,7 +38,7 @@ void aboveThresholdPlain(uint8_t *__restrict to, const uint8_t *__restrict from,
 
 namespace {
 
-bool isGrayTable(const ColorTable &table)
+[[maybe_unused]] bool isGrayTable(const ColorTable &table)
 {
     for (unsigned i = 0; i < 256; ++i)
         if (table.entry[i][0] != i || table.entry[i][1] != i || table.entry[i][2] != i)

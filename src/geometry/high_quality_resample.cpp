@@ -46,7 +46,7 @@ public:
         : source_(source), newWidth_(newWidth), channels_(static_cast<std::size_t>(source.bitCount()) / 8),
           samples_(channels_ * static_cast<std::size_t>(source.width())),
           newSamples_(channels_ * static_cast<std::size_t>(newWidth)),
-          scratch_(kRowsTogether * (samples_ + newSamples_))
+          scratch_(kRowsTogether * (uint64_t{samples_} + newSamples_))
     {
         // What the last rows leave free is filtered too and dropped.
         if (scratch_.bytes())

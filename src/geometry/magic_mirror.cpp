@@ -80,7 +80,7 @@ void mirrorRows(EffectFrame &frame, const Dib &source, WriteRow writeRow)
 void *stretch(EffectFrame &frame, const Dib &source, const tagParamMagicMirror &record)
 {
     const int size = record.mode == Columns ? source.width() : source.height();
-    ScratchBlock scratch(static_cast<std::size_t>(size) * sizeof(int32_t));
+    ScratchBlock scratch(static_cast<uint64_t>(size) * sizeof(int32_t));
     if (!scratch.bytes())
         return frame.giveUp();
     const auto places = reinterpret_cast<int32_t *>(scratch.bytes());

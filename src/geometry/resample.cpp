@@ -77,7 +77,7 @@ class Tables {
 public:
     Tables(const Side &columns, const Side &rows, std::size_t sums)
         : columns_(static_cast<std::size_t>(columns.newSize)), rows_(static_cast<std::size_t>(rows.newSize)),
-          block_(static_cast<std::size_t>(bytesFor(columns, rows, sums)))
+          block_(bytesFor(columns, rows, sums))
     {
         if (block_.bytes())
             std::memset(this->sums(), 0, sums * sizeof(uint16_t));
@@ -86,7 +86,7 @@ public:
     static uint64_t bytesFor(const Side &columns, const Side &rows, std::size_t sums)
     {
         return 2 * sizeof(uint32_t) * (uint64_t(columns.newSize) + uint64_t(rows.newSize)) +
-               sums * sizeof(uint16_t);
+               uint64_t{sums} * sizeof(uint16_t);
     }
 
     int32_t *columns() const { return reinterpret_cast<int32_t *>(block_.bytes()); }

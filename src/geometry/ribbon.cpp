@@ -32,7 +32,7 @@ void *ProcessRibbon(void *dib, tagParamRibbon *param)
     if (!frame.allocate({source.layout(), Contents::Overwritten}))
         return nullptr;
     const int width = source.width();
-    ScratchBlock scratch(static_cast<std::size_t>(width) * sizeof(int32_t));
+    ScratchBlock scratch(static_cast<uint64_t>(width) * sizeof(int32_t));
     if (!scratch.bytes())
         return frame.giveUp();
     const auto rises = reinterpret_cast<int32_t *>(scratch.bytes());

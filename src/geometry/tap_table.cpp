@@ -79,13 +79,13 @@ std::size_t countParts(const Cubic &cubic, int coordinate)
     return count + count % 2;
 }
 
-std::size_t tableBytes(int newSize, int size, bool alignCorners)
+uint64_t tableBytes(int newSize, int size, bool alignCorners)
 {
     const Cubic cubic(newSize, size, alignCorners);
-    std::size_t taps = 0;
+    uint64_t taps = 0;
     for (int i = 0; i < newSize; ++i)
         taps += countParts(cubic, i);
-    return (static_cast<std::size_t>(newSize) + 1) * sizeof(std::size_t) + taps * sizeof(Tap);
+    return (static_cast<uint64_t>(newSize) + 1) * sizeof(std::size_t) + taps * sizeof(Tap);
 }
 
 } // namespace

@@ -35,8 +35,7 @@ private:
 /// How far each column is dragged along itself; null without memory for it.
 class DraggedColumns {
 public:
-    explicit DraggedColumns(int width)
-        : width_(width), table_(static_cast<std::size_t>(width) * sizeof(int32_t))
+    explicit DraggedColumns(int width) : width_(width), table_(static_cast<uint64_t>(width) * sizeof(int32_t))
     {
     }
     explicit operator bool() const { return table_.bytes() != nullptr; }

@@ -24,7 +24,7 @@ struct Gradient {
 template <typename Item>
 class ScratchItems {
 public:
-    explicit ScratchItems(std::size_t count) : block_(count * sizeof(Item)) {}
+    explicit ScratchItems(std::size_t count) : block_(uint64_t{count} * sizeof(Item)) {}
 
     /// Null where there is no memory.
     Item *items() const { return reinterpret_cast<Item *>(block_.bytes()); }

@@ -175,7 +175,7 @@ class OpenRows {
 public:
     explicit OpenRows(const Dib &image)
         : width_(image.width()), wordsPerRow_((static_cast<std::size_t>(width_) + 63) / 64),
-          words_(wordsPerRow_ * sizeof(uint64_t) * static_cast<std::size_t>(image.height())),
+          words_(uint64_t{wordsPerRow_} * sizeof(uint64_t) * static_cast<unsigned>(image.height())),
           isKnown_(static_cast<std::size_t>(image.height()))
     {
         if (isKnown_.bytes())

@@ -2,7 +2,6 @@
 #include "platform/pages.h"
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <new>
@@ -28,6 +27,8 @@ constexpr bool kExactBlocks = false;
 constexpr bool kExactBlocks = false;
 #endif
 
+/// Of every block, on systems whose malloc gives less too.
+constexpr std::align_val_t kAlignment{16};
 constexpr std::size_t kLargeBlock = std::size_t{1} << 20;
 constexpr std::size_t kMappingUnit = std::size_t{64} << 10;
 constexpr std::size_t kLargestBlock = sizeof(void *) == 8 ? SIZE_MAX >> 25 : SIZE_MAX / 2; // 512 GiB, 2 GiB
@@ -127,7 +128,7 @@ KeptBlocks &keptBlocks()
 
 Storage smallStorage(std::size_t bytes)
 {
-    return {std::malloc(std::max<std::size_t>(bytes, 1)), bytes, false, false};
+    return {::operator new(std::max<std::size_t>(bytes, 1), kAlignment, std::nothrow), bytes, false, false};
 }
 
 Storage largeStorage(std::size_t bytes)
@@ -161,7 +162,7 @@ void giveBack(const Storage &storage)
     if (storage.isLarge)
         keptBlocks().give(storage);
     else
-        std::free(storage.memory);
+        ::operator delete(storage.memory, kAlignment);
 }
 
 struct Block {
@@ -378,8 +379,10 @@ std::optional<Block> snapshot(void *handle)
 
 } // namespace
 
-void *allocateBlock(unsigned flags, std::size_t bytes, Contents contents)
+void *allocateBlock(unsigned flags, uint64_t wanted, Contents contents)
 {
+    // More than there can be where addresses are too short for it.
+    const auto bytes = static_cast<std::size_t>(std::min<uint64_t>(wanted, SIZE_MAX));
     int fillByte = -1;
     if (!admitAllocation(flags, bytes, fillByte))
         return nullptr;

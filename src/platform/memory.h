@@ -17,7 +17,7 @@ enum class Contents {
 };
 
 /// KelMemAlloc for callers that know what they will do with the block.
-void *allocateBlock(unsigned flags, std::size_t bytes, Contents contents);
+void *allocateBlock(unsigned flags, uint64_t bytes, Contents contents);
 /// Whether the block was made of pages that the system had not handed out before, so that each of them is zeroed
 /// into the caches as it is touched.
 bool isOfFreshPages(void *handle);

@@ -1,6 +1,7 @@
 #include "platform/services.h"
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <string>
 #include <utility>
@@ -50,7 +51,12 @@ protected:
     }
     VelmontPlatformServices ofSize(std::size_t bytes)
     {
-        return {static_cast<unsigned>(bytes), &context_, noteCursor, noteKey};
+        VelmontPlatformServices services{};
+        services.structBytes = static_cast<unsigned>(bytes);
+        services.context = &context_;
+        services.setCursor = noteCursor;
+        services.keyState = noteKey;
+        return services;
     }
     static void useAll()
     {
@@ -65,6 +71,7 @@ protected:
     static constexpr std::size_t kFull = sizeof(VelmontPlatformServices);
     static constexpr std::size_t kSetCursor = offsetof(VelmontPlatformServices, setCursor);
     static constexpr std::size_t kKeyState = offsetof(VelmontPlatformServices, keyState);
+    static constexpr std::size_t kFindFirst = offsetof(VelmontPlatformServices, findFirst);
 };
 
 } // namespace
@@ -82,6 +89,12 @@ TEST_F(PlatformTest, TheLibrarysOwnServicesAreComplete)
     ASSERT_NE(own.setCursor, nullptr);
     ASSERT_NE(own.keyState, nullptr);
     EXPECT_EQ(own.structBytes, kFull);
+    // All members from the first on are pointers to functions.
+    std::vector<const void *> members((kFull - kSetCursor) / sizeof(void *));
+    std::memcpy(members.data(), reinterpret_cast<const unsigned char *>(&own) + kSetCursor,
+                kFull - kSetCursor);
+    EXPECT_EQ(members.size(), 20u);
+    EXPECT_EQ(std::count(members.begin(), members.end(), nullptr), 0);
     useAll();
     showArrowCursor();
     EXPECT_TRUE(cursorCalls.empty());
@@ -160,9 +173,18 @@ TEST_F(PlatformTest, AShortRecordBringsTheMembersThatItHolds)
     EXPECT_TRUE(keyCalls.empty());
 }
 
+TEST_F(PlatformTest, TheRecordOfTheFirstVersionIsStillWelcome)
+{
+    EXPECT_EQ(installFirst(ofSize(kFindFirst), kFindFirst), 1);
+    useAll();
+    EXPECT_EQ(cursorCalls, (Calls{{&context_, 32514}}));
+    EXPECT_EQ(keyState_, 0x1234);
+    EXPECT_EQ(processValue(), 0xFFFFFFFFu) << "what it lacks is the library's own";
+}
+
 TEST_F(PlatformTest, HalfAMemberIsNoMember)
 {
-    for (std::size_t bytes = kSetCursor + 1; bytes < kFull; ++bytes) {
+    for (std::size_t bytes = kSetCursor + 1; bytes < kFindFirst; ++bytes) {
         EXPECT_EQ(installFirst(ofSize(bytes), bytes), 1) << bytes;
         useAll();
         EXPECT_EQ(cursorCalls.size(), bytes >= kKeyState ? 1u : 0u) << bytes;
@@ -175,7 +197,8 @@ TEST_F(PlatformTest, ATooShortRecordChangesNothing)
     const VelmontPlatformServices services = ofSize(kFull);
     VelmontInstallPlatformServices(&services);
     for (std::size_t bytes = 0; bytes < kSetCursor; ++bytes) {
-        const VelmontPlatformServices tooShort{static_cast<unsigned>(bytes), nullptr, nullptr, nullptr};
+        VelmontPlatformServices tooShort{};
+        tooShort.structBytes = static_cast<unsigned>(bytes);
         EXPECT_EQ(installFirst(tooShort, std::max(bytes, sizeof tooShort.structBytes)), 0) << bytes;
     }
     useAll();

@@ -24,7 +24,7 @@ Effect fill(void *pattern, const Manner &manner)
     };
 }
 
-int heldToByte(long value)
+int heldToByte(int64_t value)
 {
     return static_cast<int>(std::clamp(value, 0L, 255L));
 }
@@ -68,9 +68,9 @@ Bytes covered(const Pieces &image, int tileWidth, int tileHeight, const Manner &
                 const std::size_t at =
                     static_cast<std::size_t>(y) * stride + static_cast<std::size_t>(channels * x + channel);
                 const int s = image.rows[at], t = patternAt(column, row, channel);
-                const auto step = [&](long i) { return (i * m.percent + 50) / 100; };
+                const auto step = [&](int64_t i) { return (i * m.percent + 50) / 100; };
                 if (m.relief != 0)
-                    rows[at] = static_cast<uint8_t>(heldToByte(s + (128L - mean) * m.percent / 100));
+                    rows[at] = static_cast<uint8_t>(heldToByte(s + (int64_t{128} - mean) * m.percent / 100));
                 else
                     rows[at] = static_cast<uint8_t>(s < t ? s + step(t - s) : s - step(s - t));
             }

@@ -21,7 +21,7 @@ namespace {
 constexpr uint8_t kFill = 0xCD;
 
 struct Point {
-    long x = 0, y = 0;
+    int64_t x = 0, y = 0;
 };
 
 tagStainedGlassParam recordOf(int cellDivisor, int leadWidth = 2, int light = 0, uint32_t leadColor = 0)
@@ -75,7 +75,7 @@ public:
     Numbers numbers;
     int drawn = 0;         ///< numbers
     mutable int below = 0; ///< colours taken from what a pane painted far below the last row
-    long cols = 0, rows = 0;
+    int64_t cols = 0, rows = 0;
     bool isCells = false; ///< placed as a honeycomb
 
 private:
@@ -86,16 +86,16 @@ private:
         ++drawn;
         return a + numbers.next() * (b - a) * 3.051850947599719e-5;
     }
-    static long cut(double value) { return static_cast<long>(value); }
-    Point &p(long row, long col) { return points_[static_cast<std::size_t>(row * cols + col)]; }
+    static int64_t cut(double value) { return static_cast<int64_t>(value); }
+    Point &p(int64_t row, int64_t col) { return points_[static_cast<std::size_t>(row * cols + col)]; }
 
     void grid()
     {
         const double w = static_cast<double>(width_), h = static_cast<double>(height_);
-        const long cols0 =
+        const int64_t cols0 =
             record.cellDivisor == 2 ? cut(w * 0.17543859649122806) : cut(w / (record.cellDivisor * 1.9));
         const double s0 = (w / static_cast<double>(3 * cols0 - 2)) * 1.732;
-        const long rows0 = cut((h + s0) / s0);
+        const int64_t rows0 = cut((h + s0) / s0);
         if (rows0 <= 2 || cols0 <= 1)
             diagonal();
         else if (rows0 == 3 || cols0 == 2)
@@ -105,7 +105,7 @@ private:
         else
             cells(cols0);
     }
-    void size(long c, long r)
+    void size(int64_t c, int64_t r)
     {
         cols = c;
         rows = r;
@@ -147,8 +147,8 @@ private:
         p(3, 1) = {x(0.51, 0.75), height_ - 1};
         p(1, 2).x = x(0.4, 0.6);
         p(1, 2).y = y(0.2, 0.4);
-        const auto d = [](long v) { return static_cast<double>(v); };
-        long m = std::max(p(1, 0).y, p(1, 2).y);
+        const auto d = [](int64_t v) { return static_cast<double>(v); };
+        int64_t m = std::max(p(1, 0).y, p(1, 2).y);
         p(1, 1).x = cut(between(0.3, 0.6) * d(p(1, 2).x));
         p(1, 1).y = cut(between(0.2, 0.4) * d(p(2, 0).y - m) + d(m));
         m = std::max(p(0, 1).y, p(1, 2).y);
@@ -164,30 +164,30 @@ private:
         p(2, 2).y = cut(between(0.3, 0.6) * d(p(2, 3).y - p(1, 3).y) + d(p(1, 3).y));
         p(2, 2).x = cut(t * d(p(2, 2).y - p(1, 3).y) + d(p(1, 3).x));
     }
-    void cells(long cols0)
+    void cells(int64_t cols0)
     {
         isCells = true;
-        const long c = cols0 / 2 * 2;
+        const int64_t c = cols0 / 2 * 2;
         const double u = static_cast<double>(width_) / static_cast<double>(3 * c - 2);
         const double s = u * 1.732;
-        const long r = cut((static_cast<double>(height_) + s) / s) / 2 * 2;
+        const int64_t r = cut((static_cast<double>(height_) + s) / s) / 2 * 2;
         const double v = static_cast<double>(height_) / static_cast<double>(r - 1);
         size(c, r);
-        const auto units = [&](long n) { return cut(static_cast<double>(n) * u); };
-        for (long q = 0; q < r; q += 2)
-            for (long j = 0; j < c - 1; j += 2) {
+        const auto units = [&](int64_t n) { return cut(static_cast<double>(n) * u); };
+        for (int64_t q = 0; q < r; q += 2)
+            for (int64_t j = 0; j < c - 1; j += 2) {
                 p(q, j).x = units(3 * j + 1);
                 p(q, j + 1).x = units(3 * j + 3);
                 p(q + 1, j).x = cut(static_cast<double>(j) * u * 3.0);
                 p(q + 1, j + 1).x = units(3 * j + 4);
             }
-        for (long i = 0; i < r; ++i)
-            for (long j = 0; j < c; ++j) {
+        for (int64_t i = 0; i < r; ++i)
+            for (int64_t j = 0; j < c; ++j) {
                 p(i, c - 1).x = width_ - 1;
                 p(i, j).y = i == r - 1 ? height_ - 1 : cut(static_cast<double>(i) * v);
             }
-        for (long i = 0; i < r; ++i)
-            for (long j = 0; j < c; ++j) {
+        for (int64_t i = 0; i < r; ++i)
+            for (int64_t j = 0; j < c; ++j) {
                 if (j != 0 && j != c - 1)
                     p(i, j).x = cut(between(-1, 1) * u * 0.4 + static_cast<double>(p(i, j).x));
                 if (i != 0 && i != r - 1)
@@ -195,10 +195,10 @@ private:
             }
     }
 
-    long places() const { return width_ * width_ + height_ * height_; }
-    Color pix(long row, long col) const
+    int64_t places() const { return width_ * width_ + height_ * height_; }
+    Color pix(int64_t row, int64_t col) const
     {
-        const long at = row * width_ + col;
+        const int64_t at = row * width_ + col;
         if (at < 0 || at >= places())
             return {};
         const uint8_t *const from = &pixels_[static_cast<std::size_t>(3 * at)];
@@ -217,17 +217,17 @@ private:
         return sum;
     }
     /// From column trunc(left) to trunc(right).
-    void span(long y, double left, double right, const Color &color)
+    void span(int64_t y, double left, double right, const Color &color)
     {
         if (left <= right)
-            for (long x = cut(left); x <= cut(right); ++x) {
-                const long at = y * width_ + x;
+            for (int64_t x = cut(left); x <= cut(right); ++x) {
+                const int64_t at = y * width_ + x;
                 for (std::size_t i = 0; i < 3 && at >= 0 && at < places(); ++i)
                     pixels_[static_cast<std::size_t>(3 * at) + i] = static_cast<uint8_t>(color[i]);
             }
     }
     /// The column where the edge from one point to another one passes row y.
-    static double edge(Point from, Point to, long y)
+    static double edge(Point from, Point to, int64_t y)
     {
         const double m = static_cast<double>(to.x - from.x) / static_cast<double>(to.y - from.y);
         return static_cast<double>(y - from.y) * m + static_cast<double>(from.x);
@@ -238,7 +238,7 @@ private:
              {std::array{v0, v1, v2}, std::array{v0, v2, v1}, std::array{v1, v2, v0}})
             if (f.y == g.y && apex.y > f.y) {
                 const Point left = f.x <= g.x ? f : g, right = f.x <= g.x ? g : f;
-                for (long y = apex.y; y >= f.y; --y)
+                for (int64_t y = apex.y; y >= f.y; --y)
                     span(y, edge(apex, left, y), edge(apex, right, y), color);
                 return;
             }
@@ -257,14 +257,14 @@ private:
         };
         if (angle(a) < angle(b))
             std::swap(a, b);
-        const long e = std::min(a.y, b.y);
-        for (long y = top.y; y <= e; ++y)
+        const int64_t e = std::min(a.y, b.y);
+        for (int64_t y = top.y; y <= e; ++y)
             span(y, edge(top, a, y), edge(top, b, y), color);
         if (a.y < b.y)
-            for (long y = b.y; y >= e; --y)
+            for (int64_t y = b.y; y >= e; --y)
                 span(y, edge(b, a, y), edge(b, top, y), color);
         else
-            for (long y = a.y; y >= e; --y)
+            for (int64_t y = a.y; y >= e; --y)
                 span(y, edge(a, top, y), edge(a, b, y), color);
     }
 
@@ -281,7 +281,7 @@ private:
     }
     void diagonalPanes()
     {
-        const long w = width_, h = height_;
+        const int64_t w = width_, h = height_;
         const Point bottomRight{w - 1, h - 1};
         triangle(mean({pix(2 * w / 3, 5 * h / 6), pix(w / 6, 5 * h / 6), pix(w / 3, 2 * h / 3),
                        pix(w / 6, h / 3)}),
@@ -291,7 +291,7 @@ private:
     }
     void threePanes()
     {
-        const long r = width_ - 1, b = height_ - 1;
+        const int64_t r = width_ - 1, b = height_ - 1;
         const Point p0 = p(0, 0), p1 = p(1, 0), p2 = p(2, 0), p3 = p(3, 0);
         Color color = mean({pix(p1.x / 2, p1.y / 2), pix(p0.x / 2, p2.y / 2)});
         triangle(color, {0, 0}, p1, p2);
@@ -306,7 +306,7 @@ private:
     }
     void sevenPanes()
     {
-        const long r = width_ - 1, b = height_ - 1;
+        const int64_t r = width_ - 1, b = height_ - 1;
         const auto sample = [&](Point f, Point g) { return pix((f.x + g.x) / 2, (f.y + g.y) / 2); };
         const Point p00 = p(0, 0), p01 = p(0, 1), p10 = p(1, 0), p11 = p(1, 1), p12 = p(1, 2), p13 = p(1, 3);
         const Point p20 = p(2, 0), p21 = p(2, 1), p22 = p(2, 2), p23 = p(2, 3), p30 = p(3, 0), p31 = p(3, 1);
@@ -340,33 +340,33 @@ private:
     Color mid(Point a, Point b) const { return pix((a.y + b.y) / 2, (a.x + b.x) / 2); }
     void cellPanes()
     {
-        const long n = rows, m = cols, last = m - 1;
+        const int64_t n = rows, m = cols, last = m - 1;
         triangle(pix((p(0, 0).y + p(1, 0).y) / 3, (p(0, 0).x + p(1, 0).x) / 3), {0, 0}, p(0, 0), p(1, 0));
         triangle(pix((p(0, last).y + p(1, last).y) / 3, (p(0, 0).x + p(1, last).x) / 3), {width_ - 1, 0},
                  p(0, last), p(1, last));
-        for (long k = 2; k / 2 <= (n - 2) / 2; k += 2)
-            for (const long j : {0L, last}) {
+        for (int64_t k = 2; k / 2 <= (n - 2) / 2; k += 2)
+            for (const int64_t j : {int64_t{0}, last}) {
                 const Point a = p(k - 1, j), b = p(k, j), c = p(k + 1, j);
                 triangle(pix((a.y + b.y + c.y) / 3, (a.x + b.x + c.x) / 3), a, b, c);
             }
-        for (long j = 1; j < m - 2; j += 2) {
+        for (int64_t j = 1; j < m - 2; j += 2) {
             const Color color = mean({mid(p(0, j + 1), p(1, j)), mid(p(0, j), p(1, j + 1))});
             triangle(color, p(0, j), p(1, j), p(1, j + 1));
             triangle(color, p(0, j), p(1, j + 1), p(0, j + 1));
         }
-        for (long j = 0; j < m - 1; j += 2) {
+        for (int64_t j = 0; j < m - 1; j += 2) {
             const Color color = mean({mid(p(n - 2, j + 1), p(n - 1, j)), mid(p(n - 2, j), p(n - 1, j + 1))});
             triangle(color, p(n - 2, j), p(n - 1, j), p(n - 1, j + 1));
             triangle(color, p(n - 2, j), p(n - 1, j + 1), p(n - 2, j + 1));
         }
-        for (long i = 1, k = 0; k < (n - 2) / 2; i += 2, ++k)
-            for (long j = 0; j <= m - 1; j += 2)
+        for (int64_t i = 1, k = 0; k < (n - 2) / 2; i += 2, ++k)
+            for (int64_t j = 0; j <= m - 1; j += 2)
                 hexagon(i, j);
-        for (long i = 2, k = 0; k < (n - 2) / 2; i += 2, ++k)
-            for (long j = 1; j <= m - 2; j += 2)
+        for (int64_t i = 2, k = 0; k < (n - 2) / 2; i += 2, ++k)
+            for (int64_t j = 1; j <= m - 2; j += 2)
                 hexagon(i, j);
     }
-    void hexagon(long i, long j)
+    void hexagon(int64_t i, int64_t j)
     {
         const Point u0 = p(i - 1, j), u1 = p(i - 1, j + 1), a0 = p(i, j), a1 = p(i, j + 1), b0 = p(i + 1, j),
                     b1 = p(i + 1, j + 1);
@@ -377,21 +377,21 @@ private:
         triangle(color, u0, a1, u1);
     }
 
-    void lighten(long row, long col, float add)
+    void lighten(int64_t row, int64_t col, float add)
     {
-        for (long i = 0; i < 3; ++i) {
+        for (int64_t i = 0; i < 3; ++i) {
             uint8_t &byte = pixels_[static_cast<std::size_t>(3 * (row * width_ + col) + i)];
             const float value = static_cast<float>(byte) + add;
-            byte = value > 255 ? uint8_t{255} : static_cast<uint8_t>(static_cast<long>(value));
+            byte = value > 255 ? uint8_t{255} : static_cast<uint8_t>(static_cast<int64_t>(value));
         }
     }
     void light()
     {
-        const long amount = 255L * record.light / 10, cx = width_ / 2, cy = height_ / 2,
-                   r = std::min(width_, height_) / 2;
+        const int64_t amount = int64_t{255} * record.light / 10, cx = width_ / 2, cy = height_ / 2,
+                      r = std::min(width_, height_) / 2;
         const double k = std::sqrt(1.171572875251246), radius = static_cast<double>(r) / k;
-        for (long y = cy; y < cy + r; ++y)
-            for (long x = cx - r + 1; x <= cx; ++x) {
+        for (int64_t y = cy; y < cy + r; ++y)
+            for (int64_t x = cx - r + 1; x <= cx; ++x) {
                 const bool nearAxis = std::labs(x - cx) < std::labs(y - cy);
                 const double t = nearAxis ? 0.41421356237 : 2.414213562373;
                 const double scale = nearAxis ? k : std::sqrt(6.828427124745731);
@@ -451,7 +451,7 @@ private:
         const double index = std::trunc((half - d + 1.0) * 10);
         return index < 0 ? 0.0 : record.lineFalloff[index > 19 ? 19 : static_cast<int>(index)];
     }
-    void blend(long x, long y, double d)
+    void blend(int64_t x, int64_t y, double d)
     {
         if (record.lineSlope < 0)
             y = -y;
@@ -461,15 +461,15 @@ private:
             return;
         const double c = coverage(std::fabs(d));
         const int color[] = {record.lineColor0, record.lineColor1, record.lineColor2};
-        for (long i = 0; i < 3; ++i) {
+        for (int64_t i = 0; i < 3; ++i) {
             uint8_t &byte = pixels_[static_cast<std::size_t>(3 * (y * width_ + x) + i)];
             byte = static_cast<uint8_t>(color[i] * c + byte * (1 - c));
         }
     }
     void line(Point from, Point to, int width)
     {
-        long x0 = from.x, y0 = from.y, x1 = to.x, y1 = to.y;
-        const long half = (width + 1) / 2;
+        int64_t x0 = from.x, y0 = from.y, x1 = to.x, y1 = to.y;
+        const int64_t half = (width + 1) / 2;
         record.lineSlope = 0;
         record.lineWidthWork = width;
         record.linePixelsPerRow = static_cast<int32_t>(width_);
@@ -478,14 +478,14 @@ private:
         record.lineColor1 = record.leadColor[1];
         record.lineColor2 = record.leadColor[2];
         if (x0 == x1) {
-            for (long y = std::min(y0, y1); y <= std::max(y0, y1); ++y)
-                for (long x = x0 - half; x <= x0 + half; ++x)
+            for (int64_t y = std::min(y0, y1); y <= std::max(y0, y1); ++y)
+                for (int64_t x = x0 - half; x <= x0 + half; ++x)
                     blend(x, y, static_cast<double>(x - x0));
             return;
         }
         if (y0 == y1) {
-            for (long x = std::min(x0, x1); x <= std::max(x0, x1); ++x)
-                for (long y = y0 - half; y <= y0 + half; ++y)
+            for (int64_t x = std::min(x0, x1); x <= std::max(x0, x1); ++x)
+                for (int64_t y = y0 - half; y <= y0 + half; ++y)
                     blend(x, y, static_cast<double>(y - y0));
             return;
         }
@@ -502,14 +502,14 @@ private:
             std::swap(x0, x1);
             std::swap(y0, y1);
         }
-        const long dx = x1 - x0, dy = y1 - y0;
-        long d = dx - 2 * dy, y = y0;
+        const int64_t dx = x1 - x0, dy = y1 - y0;
+        int64_t d = dx - 2 * dy, y = y0;
         const double inv = 1 / (2 * std::sqrt(static_cast<double>(dx * dx + dy * dy)));
         const double tw = static_cast<double>(-2 * dx) * inv;
-        for (long i = -half; i <= half; ++i)
+        for (int64_t i = -half; i <= half; ++i)
             blend(x0, y0 + i, static_cast<double>(i) * tw);
-        for (long x = x0 + 1; x < x1; ++x) {
-            long w = d - dx;
+        for (int64_t x = x0 + 1; x < x1; ++x) {
+            int64_t w = d - dx;
             if (d < 0) {
                 ++y;
                 w = d + dx;
@@ -519,7 +519,7 @@ private:
             }
             const double dist = static_cast<double>(w) * inv;
             blend(x, y, dist);
-            for (long i = 1; i <= half; ++i) {
+            for (int64_t i = 1; i <= half; ++i) {
                 const double t = static_cast<double>(i) * tw;
                 blend(x, y + i, t - dist);
                 blend(x, y - i, t + dist);
@@ -538,7 +538,7 @@ private:
         if (rows == 2 && cols == 1) {
             line({0, 0}, {width_ - 1, height_ - 1}, width);
         } else if (cols == 1) {
-            for (const long end : {2, 3, 0})
+            for (const int64_t end : {2, 3, 0})
                 line(p(end, 0), p(1, 0), width);
         } else if (isSeven) {
             constexpr int kEnds[11][4] = {{0, 0, 1, 2}, {1, 2, 1, 1}, {1, 1, 1, 0}, {1, 1, 2, 1},
@@ -547,19 +547,19 @@ private:
             for (const auto &ends : kEnds)
                 line(p(ends[0], ends[1]), p(ends[2], ends[3]), width);
         } else {
-            for (long j = 0; j < cols; ++j)
-                for (long i = 0; i <= rows - 2; ++i)
+            for (int64_t j = 0; j < cols; ++j)
+                for (int64_t i = 0; i <= rows - 2; ++i)
                     line(p(i, j), p(i + 1, j), width);
-            for (long i = 1; i < rows; i += 2)
-                for (long j = 1; j < cols - 1; j += 2)
+            for (int64_t i = 1; i < rows; i += 2)
+                for (int64_t j = 1; j < cols - 1; j += 2)
                     line(p(i, j), p(i, j + 1), width);
-            for (long i = 2, k = 0; k < (rows - 2) / 2; i += 2, ++k)
-                for (long j = 0; j < cols; j += 2)
+            for (int64_t i = 2, k = 0; k < (rows - 2) / 2; i += 2, ++k)
+                for (int64_t j = 0; j < cols; j += 2)
                     line(p(i, j), p(i, j + 1), width);
         }
     }
 
-    long width_, height_;
+    int64_t width_, height_;
     Bytes pixels_;
     std::vector<Point> points_;
 };
@@ -707,7 +707,7 @@ TEST_F(StainedGlass, LayoutsBySize)
 {
     struct Case {
         int width, height, divisor;
-        long cols, rows;
+        int64_t cols, rows;
         bool isCells;
     };
     // By hand, from width / (divisor * 1.9) columns.
@@ -1003,7 +1003,7 @@ TEST_F(StainedGlass, RefusalsLeaveRecordAndGenerator)
         std::memset(&record, 0x5A, sizeof record);
         record.cellDivisor = divisor;
         const tagStainedGlassParam before = record;
-        const long allocations = memory_hooks::counts().allocations;
+        const int64_t allocations = memory_hooks::counts().allocations;
         velmont::srand(5);
         EXPECT_EQ(ProcessStainedGlass(source, &record), nullptr);
         EXPECT_EQ(std::memcmp(&record, &before, sizeof record), 0);

@@ -626,6 +626,7 @@ void expectSameBytes(const std::vector<std::pair<CpuLevel, Kernel>> &versions, K
     }
 }
 
+#if defined(__x86_64__)
 TEST_F(PointToneKernels, ChannelTables)
 {
     ChannelTables random, one, same;
@@ -636,7 +637,6 @@ TEST_F(PointToneKernels, ChannelTables)
             same.of[channel][i] = bytes[i];
             one.of[channel][i] = static_cast<uint8_t>(i);
         }
-#if defined(__x86_64__)
     const auto with = [](const ChannelTables &tables) {
         return [&](ChannelRow kernel, uint8_t *to, const uint8_t *from, std::size_t pixels) {
             kernel(to, from, pixels, tables);
@@ -651,12 +651,10 @@ TEST_F(PointToneKernels, ChannelTables)
         std::copy_n(bytes.begin(), 256, changed.of[channel]);
         expectSameBytes(Versions{{CpuLevel::Avx512, kernels::oneTableAvx512(channel)}}, plain, with(changed));
     }
-#endif
 }
 
 TEST_F(PointToneKernels, Threshold)
 {
-#if defined(__x86_64__)
     for (const int limit : {0, 1, 64, 127, 128, 129, 254, 255})
         expectSameBytes(
             std::vector<std::pair<CpuLevel, ThresholdRow>>{{CpuLevel::Avx2, kernels::thresholdAvx2},
@@ -665,8 +663,8 @@ TEST_F(PointToneKernels, Threshold)
             [=](ThresholdRow kernel, uint8_t *to, const uint8_t *from, std::size_t pixels) {
                 kernel(to, from, pixels, limit);
             });
-#endif
 }
+#endif
 
 // Every colour at the thresholds where sixteen bits could overflow, and every threshold on its own border.
 TEST_F(PointToneKernels, ThresholdOfEveryColor)

@@ -60,7 +60,9 @@ WatchingHost::WatchingHost(void *source, int abortAtPoll)
     locksAtStart = memory_hooks::counts().locks;
     pollNumber = 0;
     abortingPoll = abortAtPoll;
-    const VelmontPlatformServices services{sizeof services, nullptr, noteCursor, nullptr};
+    VelmontPlatformServices services{};
+    services.structBytes = sizeof services;
+    services.setCursor = noteCursor;
     VelmontInstallPlatformServices(&services);
     SetProcessEnvironment(poll, showProgress);
 }

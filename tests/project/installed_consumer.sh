@@ -7,6 +7,14 @@ trap 'rm -rf "$tree"' EXIT
 "$CMAKE" --install "$BUILD_DIR" --prefix "$tree/installed" >/dev/null
 sanitize=${SANITIZE:+-fsanitize=$SANITIZE}
 
+if [ "${TOOLCHAIN:-}" ]; then
+    "$CMAKE" -S "$SOURCE_DIR/tests/project/consumer" -B "$tree/build" -G "$GENERATOR" \
+        -DCMAKE_TOOLCHAIN_FILE="$TOOLCHAIN" -DCMAKE_FIND_ROOT_PATH="$tree/installed" >/dev/null
+    "$CMAKE" --build "$tree/build" >/dev/null
+    cp "$tree/installed/bin/velmont.dll" "$tree/build"
+    "$EMULATOR" "$tree/build/consumer.exe"
+    exit 0
+fi
 "$CMAKE" -S "$SOURCE_DIR/tests/project/consumer" -B "$tree/build" -G "$GENERATOR" -DCMAKE_CXX_COMPILER="$CXX" \
     -DCMAKE_CXX_FLAGS="$sanitize" -DCMAKE_PREFIX_PATH="$tree/installed" >/dev/null
 "$CMAKE" --build "$tree/build" >/dev/null

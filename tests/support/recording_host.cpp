@@ -46,7 +46,10 @@ RecordingHost::RecordingHost()
 {
     current = this;
     abortFromPoll(0);
-    const VelmontPlatformServices services{sizeof services, nullptr, noteCursor, noteKey};
+    VelmontPlatformServices services{};
+    services.structBytes = sizeof services;
+    services.setCursor = noteCursor;
+    services.keyState = noteKey;
     VelmontInstallPlatformServices(&services);
     SetProcessEnvironment(poll, showProgress);
 }

@@ -1,0 +1,20 @@
+# GoogleTest as the system has it, or from its sources where the compiler is a cross compiler.
+if(CMAKE_CROSSCOMPILING)
+    set(BUILD_GMOCK OFF)
+    set(INSTALL_GTEST OFF)
+    add_subdirectory(/usr/src/googletest ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+else()
+    find_package(GTest REQUIRED)
+    include(GoogleTest)
+endif()
+
+# One test of CTest for each test of the program. Under an emulator, where a program takes long to start, one for all.
+#     velmont_discover_tests(TARGET [TEST_FILTER FILTER] [PROPERTIES NAME VALUE...])
+function(velmont_discover_tests target)
+    if(NOT CMAKE_CROSSCOMPILING)
+        gtest_discover_tests(${target} ${ARGN})
+        return()
+    endif()
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" TEST_FILTER PROPERTIES)
+    add_test(NAME ${target} COMMAND ${target} --gtest_brief=1 --gtest_filter=${arg_TEST_FILTER})
+endfunction()

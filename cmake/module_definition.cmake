@@ -1,0 +1,18 @@
+# Writes a .def file from the table of exports: each line of it that starts with | ` names a plain name and the name
+# that the compiler gives the function, in this order. Functions with C linkage have one name only.
+function(write_module_definition table output)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${table})
+    set(exports)
+    file(STRINGS ${table} rows REGEX "^\\| `")
+    foreach(row IN LISTS rows)
+        string(REGEX MATCH "^\\| `([A-Za-z0-9_]+)` \\| `([A-Za-z0-9_]+)` \\|" names "${row}")
+        if(NOT names)
+            message(FATAL_ERROR "${table}: no two names in: ${row}")
+        endif()
+        string(APPEND exports "    ${CMAKE_MATCH_2}\n")
+        if(NOT CMAKE_MATCH_1 STREQUAL CMAKE_MATCH_2)
+            string(APPEND exports "    ${CMAKE_MATCH_1} = ${CMAKE_MATCH_2}\n")
+        endif()
+    endforeach()
+    file(CONFIGURE OUTPUT ${output} CONTENT "LIBRARY velmont.dll\nEXPORTS\n${exports}" @ONLY)
+endfunction()
