@@ -43,8 +43,8 @@ public:
     }
 
     bool isFlat() const { return low_ == high_; }
-    /// Whether levels never fall as squares rise.
-    bool isRising() const { return edgeExponent_ > 0 && bandExponent_ > 0; }
+    /// Rises with the squares or falls with them throughout, as each of its steps does: the powers are correctly rounded,
+    /// and none has a base below 0.
     uint8_t level(uint32_t square) const
     {
         const int32_t spread =
@@ -82,14 +82,9 @@ void fillBetween(const Curves &curves, uint8_t *levels, uint32_t from, uint32_t 
     fillBetween(curves, levels, middle, to);
 }
 
-/// The levels of all squares up to `largest`. A rising curve has few steps to look for.
+/// The levels of all squares up to `largest`, which have few steps to look for.
 void fillLevels(const Curves &curves, uint8_t *levels, uint32_t largest)
 {
-    if (!curves.isRising()) {
-        for (uint32_t square = 0; square <= largest; ++square)
-            levels[square] = curves.level(square);
-        return;
-    }
     levels[0] = curves.level(0);
     levels[largest] = curves.level(largest);
     fillBetween(curves, levels, 0, largest);
