@@ -58,8 +58,8 @@ struct tagOldPhotoParam {
 
 /// An old photograph: four steps in the order of the record, through the exported effects. What gives 0 among them, by
 /// an abort too, is passed over; with no step that gave an image, and with none wanted, the result is 0.
-/// Depths: made for 24 bits; 8 bits are refused. Others are not refused: most steps pass them over there, and border
-/// and grain change no pixel.
+/// Depths: made for 24 bits, whose border and grain are painted whatever biClrUsed says; 8 bits are refused. Others are
+/// not refused: most steps pass them over there, and border and grain change no pixel.
 /// Hosts rely on what is odd here. Each run leaves one lock more on the image than it had, and two where the grain is
 /// the first step that gives an image. Border and grain poll and report at each row, after one another, and only the
 /// answer 1 ends their rows, which gives no 0. Blocks stay allocated that nobody frees: the grain itself, and the image

@@ -36,7 +36,7 @@ struct tagParamSunburst {
 
 /// A star: a glowing centre, and spokes of random length whose colours drift at random. Draws seven numbers of the
 /// library's generator for each spoke, which it does not seed: the same state gives the same star.
-/// Depths: 24 bits and 8 bits, where the star is painted over the red of a pixel's colour. What comes of it is stored as
-/// it is in images of 256 colours or of no stated number, in others as the first colour of that red, 0 without one.
-/// Other depths are not refused but come out blank.
+/// Depths: 24 bits, whatever biClrUsed says, and 8 bits, where the star is painted over the red of a pixel's colour. What
+/// comes of it is stored as it is in images of 256 colours or of no stated number, in others as the first colour of that
+/// red, 0 without one. Other depths are not refused but come out blank.
 VELMONT_API void *ProcessSunBurst(void *dib, tagParamSunburst *param);

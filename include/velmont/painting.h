@@ -101,10 +101,10 @@ struct tagWaterPaperParam {
 /// Paint on wet, fibrous paper: the picture is softened, brightness and contrast change and leave hue and saturation,
 /// bright dashes are scattered, and short strokes smear the dark parts along the rows and columns.
 ///
-/// The box of the softening reaches a quarter of the brush up and to the left. The picture is mirrored around it, at the
-/// top and the left without its edge, by as many rows and columns on each side; where those are not less than the
-/// picture's, by one less than these, from where the boxes then start, and what lies beyond is black. Along a row a box of
-/// 3 pixels or more keeps its first column: hosts rely on that look.
+/// The box of the softening starts some rows above and some columns before its pixel: a quarter of the brush, but less
+/// than the picture has rows and less than it has columns. As many rows and columns on each side show the picture's mirror
+/// image, at the top and the left without its edge, and what the box sees beyond them is black. Along a row a box of 3
+/// pixels or more keeps its first column. Hosts rely on that look.
 ///
 /// Dashes and strokes are drawn at random, each seeded with the second of the clock; hosts find the generator seeded
 /// after an abort too. A dash that reaches past the end of a row touches the bytes that lie there, but none behind the
@@ -123,9 +123,12 @@ struct tagColorPencilParam {
     /// A stroke is strokeSetting + 5 pixels long, and (strokeSetting / 2 + 87) * 8 / 15 percent, rounded down, of the
     /// pixels that could start one do not. Useful from 0 to 200.
     int32_t strokeSetting;
-    int32_t pressure; ///< weight of the pencil; from 0 to 50 samples stay within a byte, beyond they wrap
-    int32_t
-        coverage; ///< how much is left alone: 5 percent of the pixels for each, 4.5 at 8 bits; 0 is refused
+    /// Weight of the pencil; from 0 to 50 samples stay within a byte, beyond they wrap. What it adds to a sample is held
+    /// to 800 million either way.
+    int32_t pressure;
+    /// How much is left alone: 5 percent of the pixels for each, 4.5 at 8 bits, so that 20 and 23 leave all; 0 is
+    /// refused.
+    int32_t coverage;
     uint32_t pencilColor; ///< 0x00BBGGRR; at 8 bits 0.2 red, 0.7 green and 0.1 blue of it
 };
 

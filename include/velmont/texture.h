@@ -22,10 +22,13 @@ struct tagTextureParam {
 /// rows, whose indices are taken for levels; any other depth is taken for 8 bits.
 ///
 /// A texture whose depth or biClrUsed differ from the image's is converted first, an 8-bit one to 24 bits and a 24-bit one
-/// to gray, and is read as if it were laid out like the image all the same; what lies behind its block is 0.
+/// to gray, even where that makes the depths differ. What is used is read as its own depth says: 24 bits from byte 40 on, a
+/// level being the mean of three bytes rounded down, and 8 bits from byte 1064 on, a byte being a level, even where it has
+/// less than 256 colours. What lies behind its block is 0.
 ///
-/// A null handle, a null record, a texture of another depth and size of tile that cannot be had are refused with 0. The
-/// conversion and the resampling show cursors, poll and report by themselves, and an abort there ends the effect. Code
-/// 3105. The resampled texture stays allocated at each call that gets to the rows, and nobody holds its handle: hosts
+/// A null handle, a null record, a texture of another depth and a size of tile that cannot be had are refused with 0. The
+/// conversion and the resampling show cursors, poll and report by themselves, and an abort there ends the effect: the
+/// host sees no more of it than of them. Where memory is too short for the resampling the arrow cursor comes back all the
+/// same. Code 3105. The resampled texture stays allocated at each call that gets to the rows, and nobody holds its handle: hosts
 /// count on it.
 VELMONT_API void *ProcessTexturize(void *dib, tagTextureParam *param);

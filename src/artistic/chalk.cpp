@@ -1,7 +1,7 @@
 #include "core/byte_kernels.h"
 #include "core/generator.h"
 #include "core/scratch_block.h"
-#include "geometry/any_samples.h"
+#include "filters/sample_frame.h"
 #include "platform/services.h"
 #include "tone/level_counts.h"
 #include <algorithm>
@@ -378,7 +378,7 @@ void *ProcessChalk(void *dib, tagChalkParam *param)
     showWaitCursor(); // before the depth is looked at: hosts see it
     EffectFrame frame(
         dib, {.waitCursor = false, .droppedPoll = false, .finalReport = false, .earlyArrowCursor = true});
-    const std::optional<Dib> source = anySamples(frame);
+    const std::optional<Dib> source = withRowsBehindAllColors(frame, {8, 24});
     if (!source) {
         showArrowCursor();
         return nullptr;

@@ -1,7 +1,7 @@
 #include "core/clock.h"
 #include "core/generator.h"
 #include "core/scratch_block.h"
-#include "geometry/any_samples.h"
+#include "filters/sample_frame.h"
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -357,7 +357,7 @@ void *ProcessFur(void *dib, tagFurParam *param)
         return nullptr;
     const tagFurParam settings = *param;
     EffectFrame frame(dib, {.droppedPoll = false, .finalReport = false, .earlyArrowCursor = true});
-    const std::optional<Dib> source = anySamples(frame);
+    const std::optional<Dib> source = withRowsBehindAllColors(frame, {8, 24});
     if (!source)
         return nullptr;
     if (!frame.begin({.layout = source->layout(), .headerBytes = source->layout().pixelOffset}))

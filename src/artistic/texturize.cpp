@@ -1,8 +1,11 @@
 #include "core/effect_frame.h"
 #include "core/scratch_block.h"
+#include "geometry/high_quality_size.h"
 #include "masks/relief.h"
 #include "masks/tile_picture.h"
 #include "platform/services.h"
+#include <algorithm>
+#include <cstring>
 #include <velmont/texture.h>
 
 namespace velmont {
@@ -26,23 +29,38 @@ int scaledSide(int side, double scale)
     return scaled >= 1 ? static_cast<int>(std::min<double>(scaled, INT32_MAX)) : 1;
 }
 
-/// The texture at the size of a tile; null where it cannot be had.
+/// The texture at the size of a tile; null where it cannot be had. The cursors are those of the resampling, which would
+/// leave the wait cursor where memory is short.
 void *resampled(void *texture, double scale)
 {
     const LockedDib picture(texture);
-    return picture ? ProcessResampleHighQuality(texture, scaledSide(picture->width(), scale),
-                                                scaledSide(picture->height(), scale), 0, 1)
-                   : nullptr;
+    if (!picture)
+        return nullptr;
+    const int width = scaledSide(picture->width(), scale), height = scaledSide(picture->height(), scale);
+    if (!resamplesHighQuality(*picture, width, height))
+        return nullptr;
+    showWaitCursor();
+    void *const tile = ProcessResampleHighQuality(texture, width, height, 0, 0);
+    showArrowCursor();
+    return tile;
+}
+
+/// Of an image's pixels, at any depth.
+std::size_t channelsOf(const Dib &image)
+{
+    return image.bitCount() == 24 ? 3 : 1;
 }
 
 /// Rows of tiles side by side, as wide as the image.
 class TileRows {
 public:
-    /// The tile's rows are looked for where the image has its own, whatever the tile's depth: hosts rely on it.
-    TileRows(const Dib &tile, const Dib &image, const DibLayout &layout, int mode)
-        : tile_(tile), mode_(mode), channels_(static_cast<std::size_t>(layout.bitCount) / 8),
-          firstRow_(layout.pixelOffset), stride_(strideOf(tile.width(), image.bitCount())),
-          columns_(static_cast<std::size_t>(layout.width)), row_(channels_ * columns_)
+    /// The tile is read as its own depth says, which need not be the image's. At 8 bits its rows are looked for behind
+    /// 256 colours, however many it has: hosts rely on it.
+    TileRows(const Dib &tile, const DibLayout &image, int mode)
+        : tile_(tile), mode_(mode), tileChannels_(channelsOf(tile)),
+          firstRow_(tileChannels_ == 3 ? kHeaderBytes : kGrayPixelOffset),
+          channels_(static_cast<std::size_t>(image.bitCount) / 8),
+          columns_(static_cast<std::size_t>(image.width)), row_(std::max(channels_, tileChannels_) * columns_)
     {
     }
     explicit operator bool() const { return row_.bytes() != nullptr; }
@@ -69,25 +87,43 @@ private:
             copy(0, row, shift, ahead);
             copy(ahead, row, 0, count - ahead);
         }
+        if (tileChannels_ > channels_)
+            takeMeans(count);
+        else if (tileChannels_ < channels_)
+            widen(count);
         repeatBytes(row_.bytes(), channels_ * count, channels_ * columns_);
     }
     void copy(std::size_t to, int row, std::size_t column, std::size_t count)
     {
-        const uint64_t start = firstRow_ + stride_ * static_cast<uint64_t>(row) + channels_ * column;
-        copyWithin(row_.bytes() + channels_ * to, tile_, start, channels_ * count);
+        const uint64_t start =
+            firstRow_ + uint64_t{tile_.stride()} * static_cast<uint64_t>(row) + tileChannels_ * column;
+        copyWithin(row_.bytes() + tileChannels_ * to, tile_, start, tileChannels_ * count);
     }
     void reverse(std::size_t count)
     {
-        uint8_t *first = row_.bytes(), *last = first + channels_ * count;
-        for (last -= channels_; first < last; first += channels_, last -= channels_)
-            std::swap_ranges(first, first + channels_, last);
+        uint8_t *first = row_.bytes(), *last = first + tileChannels_ * count;
+        for (last -= tileChannels_; first < last; first += tileChannels_, last -= tileChannels_)
+            std::swap_ranges(first, first + tileChannels_, last);
+    }
+    /// Pixels of 24 bits become their levels, for an image of levels.
+    void takeMeans(std::size_t count)
+    {
+        uint8_t *const levels = row_.bytes();
+        for (std::size_t i = 0; i < count; ++i)
+            levels[i] = static_cast<uint8_t>((levels[3 * i] + levels[3 * i + 1] + levels[3 * i + 2]) / 3);
+    }
+    /// Levels become pixels of 24 bits, for an image of colours.
+    void widen(std::size_t count)
+    {
+        uint8_t *const levels = row_.bytes();
+        for (std::size_t i = count; i-- > 0;)
+            std::memset(levels + 3 * i, levels[i], 3);
     }
 
     const Dib &tile_;
     int mode_;
-    std::size_t channels_, firstRow_;
-    uint64_t stride_;
-    std::size_t columns_;
+    std::size_t tileChannels_, firstRow_; ///< of the tile
+    std::size_t channels_, columns_;      ///< of the image
     ScratchBlock row_;
 };
 
@@ -113,13 +149,9 @@ void *ProcessTexturize(void *dib, tagTextureParam *param)
     OwnedBlock tile(resampled(texture.handle(), param->scale));
     {
         const LockedDib picture(tile.get());
-        if (!picture) {
-            showArrowCursor(); // the resampling leaves the wait cursor where memory is short
+        if (!picture || !frame.allocate({.layout = *layout, .contents = Contents::Overwritten}))
             return nullptr;
-        }
-        if (!frame.allocate({.layout = *layout, .contents = Contents::Overwritten}))
-            return nullptr;
-        TileRows tiles(*picture, frame.source(), *layout, param->tileMode);
+        TileRows tiles(*picture, *layout, param->tileMode);
         if (!tiles)
             return frame.giveUp();
         frame.open(layout->pixelOffset);

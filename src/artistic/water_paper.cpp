@@ -31,9 +31,9 @@ struct Brush {
     bool fits(int64_t place, int64_t length) const { return place >= half && place <= length - half - odd; }
 };
 
-/// Means over boxes of n by n pixels, each row of which starts padding / 2 above and before its pixel. Around the
-/// picture lies its mirror image. In a picture of no more rows or columns than that it reaches less far, the boxes start
-/// later, and what is left of the padding behind it is black: hosts rely on it.
+/// Means over boxes of n by n pixels, each of which starts padding / 2 rows above and columns before its pixel, but less
+/// than the picture has of either. As many rows and columns on each side show the picture's mirror image; what is left of
+/// the padding is black: hosts rely on it.
 class WaterBox {
 public:
     /// \param sums room for sumCount(source, brush) numbers

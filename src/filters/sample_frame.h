@@ -21,10 +21,17 @@ inline std::optional<Dib> withRowsBehindAllColors(const EffectFrame &frame, std:
     if (!frame.serves(depths))
         return std::nullopt;
     const Dib &source = frame.source();
-    DibLayout layout = source.layout();
-    if (layout.bitCount == 8)
-        layout.pixelOffset = kGrayPixelOffset;
-    return Dib::withLayout(source.block(), source.blockBytes(), layout);
+    if (source.bitCount() != 8)
+        return source;
+    const auto layout = DibLayout::make(source.width(), source.height(), 8, kGrayPixelOffset);
+    return layout ? Dib::withLayout(source.block(), source.blockBytes(), *layout) : std::nullopt;
+}
+
+/// The bytes of header that the warps copy of such an image: all that lies before the rows at 8 bits; 0, which stands
+/// for biSize, at 24.
+inline std::size_t headerBytesOf(const Dib &image)
+{
+    return image.bitCount() == 8 ? kGrayPixelOffset : 0;
 }
 
 /// A result of the source's shape. All that lies before the rows is copied in one piece; the effect clears the

@@ -1,4 +1,5 @@
 #include "core/scratch_block.h"
+#include "geometry/high_quality_size.h"
 #include "geometry/resized_frame.h"
 #include "geometry/tap_table.h"
 #include "geometry/turn_kernels.h"
@@ -114,10 +115,13 @@ bool fits31Bits(uint64_t bytes)
     return bytes + kSpareBytes <= INT32_MAX;
 }
 
-/// The result's plan; hosts cannot hold blocks beyond 31 bits, be it the result or the one between the passes.
-std::optional<ResultPlan> planFiltered(const Dib &source, const Request &request)
+/// The result's plan; nothing for other depths than 8 and 24 bits. Hosts cannot hold blocks beyond 31 bits, be it the
+/// result or the one between the passes.
+std::optional<ResultPlan> planFiltered(const Dib &source, int newWidth, int newHeight)
 {
-    auto plan = planOfSize(source, request.newWidth, request.newHeight, Contents::Overwritten);
+    if (source.bitCount() != 8 && source.bitCount() != 24)
+        return std::nullopt;
+    auto plan = planOfSize(source, newWidth, newHeight, Contents::Overwritten);
     if (!plan || !fits31Bits(plan->layout.totalBytes()) ||
         !fits31Bits(uint64_t{plan->layout.stride} * static_cast<unsigned>(source.height())))
         return std::nullopt;
@@ -155,21 +159,23 @@ void *filter(EffectFrame &frame, const ResultPlan &plan, const Request &request)
 
 } // namespace
 
+bool resamplesHighQuality(const Dib &source, int newWidth, int newHeight)
+{
+    return planFiltered(source, newWidth, newHeight).has_value();
+}
+
 } // namespace velmont
 
 using namespace velmont;
 
 void *ProcessResampleHighQuality(void *dib, int newWidth, int newHeight, int alignCorners, int showCursor)
 {
-    if (newWidth < 1 || newHeight < 1)
-        return nullptr;
     EffectFrame frame(dib, {.waitCursor = false, .droppedPoll = false, .arrowCursor = false});
-    if (!frame.serves({8, 24}))
-        return nullptr;
-    const Request request{newWidth, newHeight, alignCorners != 0, showCursor != 0};
-    const auto plan = planFiltered(frame.source(), request);
+    const auto plan =
+        frame.hasSource() ? planFiltered(frame.source(), newWidth, newHeight) : std::optional<ResultPlan>();
     if (!plan)
         return nullptr;
+    const Request request{newWidth, newHeight, alignCorners != 0, showCursor != 0};
     if (request.showCursor)
         showWaitCursor();
     AbortImageProcessing(); // its answer is dropped: hosts rely on the call

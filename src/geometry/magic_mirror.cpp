@@ -1,6 +1,6 @@
 #include "core/rounded_math.h"
 #include "core/scratch_block.h"
-#include "geometry/any_samples.h"
+#include "filters/sample_frame.h"
 #include "geometry/ellipse_warp.h"
 #include "geometry/pixel_gather.h"
 #include <cstring>
@@ -127,7 +127,7 @@ void *ProcessMagicMirror(void *dib, tagParamMagicMirror *param)
         return nullptr;
     const tagParamMagicMirror record = *param;
     EffectFrame frame(dib, {.lateWaitCursor = true});
-    const std::optional<Dib> source = anySamples(frame);
+    const std::optional<Dib> source = withRowsBehindAllColors(frame, {8, 24});
     if (!source || !frame.allocate({source->layout(), Contents::Overwritten}))
         return nullptr;
     if (record.mode == Radial)

@@ -1,4 +1,4 @@
-#include "geometry/any_samples.h"
+#include "filters/sample_frame.h"
 #include "geometry/zig_zag_kernels.h"
 #include <velmont/geometry.h>
 
@@ -51,7 +51,7 @@ void *ProcessZigZag(void *dib, tagZigZagParam *param)
         return nullptr;
     const tagZigZagParam record = *param;
     EffectFrame frame(dib, {.waitCursor = false});
-    const std::optional<Dib> source = anySamples(frame);
+    const std::optional<Dib> source = withRowsBehindAllColors(frame, {8, 24});
     if (!source)
         return nullptr;
     if (!frame.allocate({.layout = source->layout(), .contents = Contents::Overwritten, .flags = 0}))

@@ -256,6 +256,20 @@ TEST(CellsTest, FacetsByHand)
     EXPECT_EQ(Bytes(result.begin() + 1064, result.end()), (Bytes{15, 15, 0, 0}));
 }
 
+// From this state the places of the other three cells lie beyond the far edges, and the one left is on the first pixel:
+// 144.96 from the last one, which is cut to twice the size and just joins.
+TEST(CellsTest, FacetsReachTwiceTheirSize)
+{
+    constexpr uint32_t kState = 49171;
+    for (const Pieces &source : {trueColor(104, 103), gray(104, 103)})
+        expectPainted(kKinds[0], source, 72, kState);
+    Pieces flat = gray(104, 103);
+    std::fill(flat.rows.begin(), flat.rows.end(), uint8_t{200});
+    srand(kState);
+    const Bytes result = resultOf(flat, crystallize(72));
+    EXPECT_EQ(result.at(1064 + 104 * 102 + 103), 200);
+}
+
 TEST(CellsTest, UniformPicturesStayUniform)
 {
     for (const int size : {2, 5, 16, 40})

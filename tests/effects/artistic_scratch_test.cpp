@@ -262,6 +262,28 @@ TEST_F(Scratch, AbortsAndFailures)
     memory_hooks::failAllocation(0);
 }
 
+TEST_F(Scratch, TheResultIsAskedForWithoutFlags)
+{
+    const Handle source = trueColor(5, 4).handle();
+    memory_hooks::failAllocation(1);
+    EXPECT_EQ(scratch(10, 2)(source), nullptr);
+    EXPECT_EQ(memory_hooks::counts().lastFlags, 0u);
+    EXPECT_EQ(memory_hooks::counts().lastBytes, 40u + 16 * 4);
+}
+
+// What lies behind 40 bytes of a longer header are rows, and padding that nobody writes.
+TEST_F(Scratch, OfALongHeaderFortyBytesAreCopied)
+{
+    memory_hooks::setFillByte(0x5A);
+    Pieces image = flat(trueColor(1, 6), 77);
+    image.header.biSize = 48;
+    const Bytes result = resultOf(image, scratch(255, 2));
+    Bytes expected = image.bytes();
+    for (std::size_t y = 0; y < 6; ++y)
+        expected[40 + 4 * y + 3] = 0x5A;
+    EXPECT_EQ(result, expected);
+}
+
 TEST_F(Scratch, ThePaddingIsNotWritten)
 {
     memory_hooks::setFillByte(0x5A);

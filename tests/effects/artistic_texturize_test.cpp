@@ -181,8 +181,16 @@ TEST(TexturizeTest, RefusesTilesThatCannotBe)
 {
     const NothingLost check;
     const Handle handle = gray(7, 3).handle();
-    for (const double scale : {1e9, 1e300, std::numeric_limits<double>::infinity()})
-        EXPECT_EQ(eventsOfRefusal(handle, texturize(gray(5, 4), 0, 50, scale)), Events{"arrow"});
+    const Pieces color = trueColor(5, 4);
+    const Events conversion = eventsOf(color, [](void *dib) { return ProcessConvertToGrayScale(dib); });
+    for (const double scale : {1e9, 1e300, std::numeric_limits<double>::infinity()}) {
+        EXPECT_EQ(eventsOfRefusal(handle, texturize(gray(5, 4), 0, 50, scale)), Events{});
+        EXPECT_EQ(eventsOfRefusal(handle, texturize(color, 0, 50, scale)), conversion);
+    }
+    // Of one depth, which the resampling does not take.
+    Bytes block = makeBlock(makeHeader(7, 3, 16, 1), noise(1024, 3), noise(24, 4));
+    const Handle sixteen = blockOf(block);
+    EXPECT_EQ(eventsOfRefusal(sixteen, texturize(paletted(5, 4, 16, 1), 0, 50)), Events{});
 }
 
 TEST(TexturizeTest, NothingMovesWithoutStrengthOrOnTheMiddleLevel)
@@ -243,40 +251,61 @@ TEST(TexturizeTest, ConvertsTexturesOfTheOtherDepth)
     }
 }
 
-// One of the image's own depth is converted to the other one where biClrUsed differs, and read as if it had not been.
-TEST(TexturizeTest, ReadsWhatWasConvertedAwayAtTheImagesLayout)
+/// A 24-bit image that says it has colours.
+Pieces counted(int width, int height)
 {
-    const auto blockOfTile = [](const Handle &converted, int width, int height) {
-        const Handle tile(ProcessResampleHighQuality(converted, width, height, 0, 0));
-        return bytesOf(tile);
-    };
-    const auto byteIn = [](const Bytes &block, std::size_t place) {
-        return place < block.size() ? int{block[place]} : 0;
-    };
-    for (const auto &[width, height] : {std::array{40, 20}, {9, 7}, {30, 14}}) {
-        // 8 bits become 24; rows are looked for behind 256 colours, a byte to each pixel.
-        const Pieces eight = paletted(width, height, 8, 20, 3), image = gray(50, 30);
-        const Bytes color = blockOfTile(Handle(ProcessConvertTo24BitColor(eight.handle())), width, height);
-        const std::size_t stride8 = strideFor(width, 8);
-        EXPECT_EQ(resultOf(image, texturize(eight, 0, 70)), pressed(image, 70, [&](int x, int y) {
-                      const int row = height - (29 - y) % height - 1;
-                      return byteIn(color, 1064 + stride8 * static_cast<std::size_t>(row) +
-                                               static_cast<std::size_t>(x % width));
-                  }));
-        // 24 bits become gray; rows are looked for right behind the header, three bytes to each pixel.
-        Pieces counted = trueColor(50, 30);
-        counted.header.biClrUsed = 7;
-        const Pieces texture = trueColor(width, height, 4);
-        const Bytes levels = blockOfTile(Handle(ProcessConvertToGrayScale(texture.handle())), width, height);
-        const std::size_t stride24 = strideFor(width, 24);
-        EXPECT_EQ(resultOf(counted, texturize(texture, 0, 70)), pressed(counted, 70, [&](int x, int y) {
-                      const int row = height - (29 - y) % height - 1;
-                      const std::size_t place = 40 + stride24 * static_cast<std::size_t>(row) +
-                                                static_cast<std::size_t>(3 * (x % width));
-                      return (byteIn(levels, place) + byteIn(levels, place + 1) + byteIn(levels, place + 2)) /
-                             3;
-                  }));
-    }
+    Pieces image = trueColor(width, height);
+    image.header.biClrUsed = 7;
+    return image;
+}
+
+/// The tile of a converted texture, in pieces of its own depth and without spare bytes.
+Pieces convertedTile(const Handle &converted, int width, int height)
+{
+    Pieces tile = piecesOf(Handle(ProcessResampleHighQuality(converted, width, height, 0, 0)));
+    tile.rows.resize(strideFor(width, tile.header.biBitCount) * static_cast<std::size_t>(height));
+    return tile;
+}
+
+// One of the image's own depth is converted to the other one where biClrUsed differs, and read as what it is then.
+TEST(TexturizeTest, ReadsWhatWasConvertedAwayAsItsOwnDepthSays)
+{
+    for (const auto &[width, height] : {std::array{40, 20}, {9, 7}, {30, 14}, {70, 3}})
+        for (const int mode : {0, 1, 2}) {
+            const auto expected = [&, m = mode](const Pieces &image, const Pieces &tile) {
+                return pressed(image, 70, [&](int x, int y) { return levelUnder(tile, m, x, y, 30); });
+            };
+            // 8 bits become 24: a level is the mean of three bytes.
+            const Pieces eight = paletted(width, height, 8, 20, 3), image = gray(50, 30);
+            EXPECT_EQ(resultOf(image, texturize(eight, mode, 70)),
+                      expected(image, convertedTile(Handle(ProcessConvertTo24BitColor(eight.handle())), width,
+                                                    height)));
+            // 24 bits become gray: a level is a byte.
+            const Pieces texture = trueColor(width, height, 4);
+            EXPECT_EQ(
+                resultOf(counted(50, 30), texturize(texture, mode, 70)),
+                expected(counted(50, 30),
+                         convertedTile(Handle(ProcessConvertToGrayScale(texture.handle())), width, height)));
+        }
+}
+
+TEST(TexturizeTest, ReadsWhatWasConvertedAwayByHand)
+{
+    // One colour of 30, 60 and 92, whose mean is 60: 128 - 60 are added.
+    Pieces eight = paletted(5, 4, 8, 1);
+    eight.palette = {30, 60, 92, 0};
+    std::fill(eight.rows.begin(), eight.rows.end(), uint8_t{0});
+    for (const int mode : {0, 1, 2})
+        EXPECT_EQ(resultOf(levelRow({0, 100, 187, 188, 255}), texturize(eight, mode, 100)),
+                  levelRow({68, 168, 255, 255, 255}).bytes());
+    // Gray of 100 stays 100: 28 are added.
+    Pieces even = trueColor(5, 4), row = pixelRow({0, 1, 2, 100, 200, 250});
+    std::fill(even.rows.begin(), even.rows.end(), uint8_t{100});
+    row.header.biClrUsed = 7;
+    Pieces raised = pixelRow({28, 29, 30, 128, 228, 255});
+    raised.header.biClrUsed = 7;
+    for (const int mode : {0, 1, 2})
+        EXPECT_EQ(resultOf(row, texturize(even, mode, 100)), raised.bytes());
 }
 
 TEST(TexturizeTest, PalettedImagesHaveTheirIndicesMoved)
@@ -287,6 +316,14 @@ TEST(TexturizeTest, PalettedImagesHaveTheirIndicesMoved)
               pressed(source, 60, [&](int x, int y) { return levelUnder(tile, 0, x, y, 6); }));
 }
 
+/// A block of 11 x 6 pixels that reaches far enough for 256 colours and 8 bits, whatever it says.
+Bytes reachingFarEnough(int bits)
+{
+    Bytes block = makeBlock(makeHeader(11, 6, bits, 16), noise(64, 3), noise(1064 + 72, 4));
+    block.resize(1064 + 72);
+    return block;
+}
+
 TEST(TexturizeTest, ImagesWithFewerColorsAreRefusedUnlessTheirBlockReachesFarEnough)
 {
     const Pieces few = paletted(11, 6, 8, 16);
@@ -294,8 +331,7 @@ TEST(TexturizeTest, ImagesWithFewerColorsAreRefusedUnlessTheirBlockReachesFarEno
     EXPECT_EQ(eventsOfRefusal(refused, texturize(gray(4, 3), 0, 60)), Events{});
     // The rows of a longer block are looked for behind 256 colours all the same, and any depth counts as 8 bits.
     for (const int bits : {1, 4, 8, 16, 32}) {
-        Bytes block = makeBlock(makeHeader(11, 6, bits, 16), noise(64, 3), noise(1064 + 72, 4));
-        block.resize(1064 + 72);
+        const Bytes block = reachingFarEnough(bits);
         const Handle longer = blockOf(block), texture = trueColor(4, 3, 8).handle();
         const Handle gray8(ProcessConvertToGrayScale(texture));
         const Bytes tile = bytesOf(Handle(ProcessResampleHighQuality(gray8, 4, 3, 0, 0)));
@@ -305,7 +341,7 @@ TEST(TexturizeTest, ImagesWithFewerColorsAreRefusedUnlessTheirBlockReachesFarEno
         const Bytes bytes = bytesOf(result);
         ASSERT_EQ(bytes.size(), block.size());
         EXPECT_TRUE(std::equal(bytes.begin(), bytes.begin() + 1064, block.begin()));
-        const std::size_t stride = strideFor(4, bits); // of the image's depth
+        const std::size_t stride = 4; // of the tile's depth
         for (std::size_t y = 0; y < 6; ++y)
             for (std::size_t x = 0; x < 12; ++x) {
                 const std::size_t place = 1064 + stride * (3 - (5 - y) % 3 - 1) + x % 4;
@@ -313,6 +349,52 @@ TEST(TexturizeTest, ImagesWithFewerColorsAreRefusedUnlessTheirBlockReachesFarEno
                 const int expected = x < 11 ? heldToByte(block[1064 + 12 * y + x] + 128 - level) : 0;
                 EXPECT_EQ(bytes[1064 + 12 * y + x], expected) << bits << ": " << x << ", " << y;
             }
+    }
+}
+
+void expectLevelsUnder(const Bytes &block, void *texture, const std::function<int(int x, int row)> &levelIn,
+                       int tileWidth, int tileHeight)
+{
+    Texturizer run;
+    const Handle source = blockOf(block);
+    const Handle result(run(source, {texture, 0, 100, 1}));
+    ASSERT_TRUE(result);
+    const Bytes bytes = bytesOf(result);
+    ASSERT_EQ(bytes.size(), block.size());
+    for (int y = 0; y < 6; ++y)
+        for (int x = 0; x < 11; ++x) {
+            const std::size_t place = 1064 + 12 * static_cast<std::size_t>(y) + static_cast<std::size_t>(x);
+            const int level = levelIn(x % tileWidth, tileHeight - (5 - y) % tileHeight - 1);
+            EXPECT_EQ(bytes[place], heldToByte(block[place] + 128 - level)) << x << ", " << y;
+        }
+}
+
+TEST(TexturizeTest, ImagesOfOtherDepthsTakeTheMeansOfTexturesThatBecameColored)
+{
+    for (const int bits : {1, 4, 16, 32}) {
+        const Handle texture = gray(4, 3, 8).handle();
+        const Pieces tile = convertedTile(Handle(ProcessConvertTo24BitColor(texture)), 4, 3);
+        ASSERT_EQ(tile.header.biBitCount, 24);
+        expectLevelsUnder(
+            reachingFarEnough(bits), texture, [&](int x, int row) { return levelIn(tile, x, row); }, 4, 3);
+    }
+}
+
+// Both name 16 colours, so that nothing is converted: rows are looked for behind 256 colours, as far as the block goes.
+TEST(TexturizeTest, TexturesWithFewerColorsAreReadBehindAllOfThem)
+{
+    for (const auto &[width, height] : {std::array{40, 30}, {9, 6}, {30, 33}}) {
+        const Handle texture = paletted(width, height, 8, 16, 8).handle();
+        const Bytes tile = bytesOf(Handle(ProcessResampleHighQuality(texture, width, height, 0, 0)));
+        const std::size_t stride = strideFor(width, 8);
+        expectLevelsUnder(
+            reachingFarEnough(8), texture,
+            [&](int x, int row) {
+                const std::size_t place =
+                    1064 + stride * static_cast<std::size_t>(row) + static_cast<std::size_t>(x);
+                return place < tile.size() ? int{tile[place]} : 0;
+            },
+            width, height);
     }
 }
 
@@ -370,24 +452,94 @@ TEST(TexturizeTest, EventsOfAllItsSteps)
                                                                         {"100%", "arrow"}}));
 }
 
+int pollsIn(const Events &events)
+{
+    return static_cast<int>(std::count(events.begin(), events.end(), "poll"));
+}
+
+/// What a step shows that is aborted from its n-th poll on.
+Events abortedEvents(int n, const std::function<void *()> &step)
+{
+    RecordingHost host;
+    host.abortFromPoll(n);
+    EXPECT_EQ(step(), nullptr) << n;
+    return host.events;
+}
+
+/// What the rows show that are aborted from their n-th poll on, of which the first one is dropped.
+Events abortedRows(int n, int height)
+{
+    const Events whole = joined({{"wait", "poll"}, rowEvents(height)});
+    Events events;
+    for (int polls = 0; polls < std::max(n, 2);) {
+        events.push_back(whole[events.size()]);
+        polls += events.back() == "poll";
+    }
+    return joined({events, {"100%", "arrow"}});
+}
+
+// The conversion and the resampling end by themselves, with the arrow: nothing comes after it.
 TEST(TexturizeTest, AbortsAnywhere)
 {
     const Pieces source = gray(9, 20);
+    const Handle handle = source.handle(), tile = gray(4, 3).handle();
+    const Events resampling = resamplingEvents(gray(4, 3), 4, 3);
     for (const Pieces &texture : {gray(4, 3), trueColor(4, 3)}) {
+        const Handle original = texture.handle();
+        const auto convert = [&] { return ProcessConvertToGrayScale(original); };
+        const auto resample = [&] { return ProcessResampleHighQuality(tile, 4, 3, 0, 1); };
+        const Events conversion =
+            texture.header.biBitCount == 24
+                ? eventsOf(texture, [](void *dib) { return ProcessConvertToGrayScale(dib); })
+                : Events{};
         const Effect effect = texturize(texture, 0, 50);
-        const Events whole = eventsOf(source, effect);
-        const auto polls = static_cast<int>(std::count(whole.begin(), whole.end(), "poll"));
-        const Handle handle = source.handle();
+        const int converting = pollsIn(conversion), resampled = converting + pollsIn(resampling);
+        const int polls = pollsIn(eventsOf(source, effect));
+        ASSERT_EQ(polls, resampled + 21);
         for (int n = 1; n <= polls; ++n) {
             const NothingLost check;
-            RecordingHost host;
-            host.abortFromPoll(n);
-            EXPECT_EQ(effect(handle), nullptr) << n;
-            EXPECT_EQ(host.events.back(), "arrow") << n;
+            const Events expected = n <= converting ? abortedEvents(n, convert)
+                                    : n <= resampled
+                                        ? joined({conversion, abortedEvents(n - converting, resample)})
+                                        : joined({conversion, resampling, abortedRows(n - resampled, 20)});
+            EXPECT_EQ(abortedEvents(n, [&] { return effect(handle); }), expected) << n;
             EXPECT_EQ(memory_hooks::locksOn(handle), 0) << n;
         }
         EXPECT_EQ(bytesOf(handle), source.bytes());
     }
+}
+
+TEST(TexturizeTest, AnAbortedResamplingByHand)
+{
+    // Nine rows to widen: 50 percent for all of them.
+    const Handle source = gray(15, 8).handle();
+    EXPECT_EQ(
+        abortedEvents(5, [&] { return texturize(gray(18, 9), 1, 50)(source); }),
+        (Events{"wait", "poll", "0%", "poll", "5%", "poll", "11%", "poll", "16%", "poll", "100%", "arrow"}));
+}
+
+TEST(TexturizeTest, WithoutMemoryTheArrowComesBackOnce)
+{
+    const Handle source = gray(9, 7).handle();
+    const Effect effect = texturize(gray(4, 3), 0, 50);
+    const auto eventsWithout = [&](int allocation) {
+        memory_hooks::failAllocation(allocation + 1); // the texture itself is one
+        const Events events = eventsOfRefusal(source, effect);
+        memory_hooks::failAllocation(0);
+        return events;
+    };
+    // The block between the passes, the first pass and its table.
+    for (const int n : {1, 2, 3})
+        EXPECT_EQ(eventsWithout(n), (Events{"wait", "poll", "arrow"})) << n;
+    // The tile and the table of the second pass.
+    for (const int n : {4, 5}) {
+        const Events events = eventsWithout(n);
+        EXPECT_EQ(std::count(events.begin(), events.end(), "arrow"), 1) << n;
+        EXPECT_EQ(events.back(), "arrow") << n;
+    }
+    // The result, and the row of tiles.
+    for (const int n : {6, 7})
+        EXPECT_EQ(eventsWithout(n), joined({resamplingEvents(gray(4, 3), 4, 3), {"wait", "arrow"}})) << n;
 }
 
 TEST(TexturizeTest, TheTileStaysAllocatedOnceItWasUsed)

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <gtest/gtest.h>
 #include <limits>
 #include <set>
@@ -212,11 +213,15 @@ TEST_F(Grain, NoisifyHoldsItsRecord)
     int local = 0;
     for (void *const dib :
          {static_cast<void *>(image), static_cast<void *>(other), static_cast<void *>(&local)}) {
-        tagNoisifyParam record{2, {-3, 0.25}};
-        Handle result(ProcessNoisify(dib, &record));
-        EXPECT_EQ(record.amount, 1);
-        EXPECT_EQ(record.reserved[0], 0);
-        EXPECT_EQ(record.reserved[1], 0.25);
+        for (const auto &[given, held] : {std::pair{std::array{-3.0, 7.0}, std::array{0.0, 1.0}},
+                                          {{7, -3}, {1, 0}},
+                                          {{0.5, 0.25}, {0.5, 0.25}}}) {
+            tagNoisifyParam record{2, {given[0], given[1]}};
+            Handle result(ProcessNoisify(dib, &record));
+            EXPECT_EQ(record.amount, 1);
+            EXPECT_EQ(record.reserved[0], held[0]);
+            EXPECT_EQ(record.reserved[1], held[1]);
+        }
     }
     tagNoisifyParam record{2, {3, 3}};
     EXPECT_EQ(ProcessNoisify(nullptr, &record), nullptr);
@@ -752,6 +757,20 @@ TEST_F(Grain, OldPhotoOfAllSteps)
         EXPECT_TRUE(isLeft(photo, blurred, 0));
         EXPECT_TRUE(isLeft(photo, brown, 1));
         EXPECT_TRUE(isLeft(photo, bytesOf(mask), 0));
+    }
+}
+
+// 24 bits that claim to have a palette: border and grain are painted all the same.
+TEST_F(Grain, OldPhotoOfTrueColorsWithACount)
+{
+    const Pieces plain = trueColor(60, 50);
+    Pieces named = plain;
+    named.header.biClrUsed = 3;
+    for (const tagOldPhotoParam &param : {tagOldPhotoParam{0, 1, 0, 0, 10}, {0, 0, 0, 1, 10}}) {
+        Bytes expected = photoOf(plain, param).bytes;
+        EXPECT_NE(expected, plain.bytes());
+        expected.at(offsetof(DibHeader, biClrUsed)) = 3;
+        EXPECT_EQ(photoOf(named, param).bytes, expected);
     }
 }
 

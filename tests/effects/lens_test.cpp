@@ -221,6 +221,14 @@ TEST_F(Lens, FlareAsThePlainLoop)
     }
 }
 
+// The light lies ten or eight thousand columns from the middle: the last digit of each place moves its circle.
+TEST_F(Lens, FlarePlacesHaveFourDigits)
+{
+    const Pieces image = trueColor(20000, 1);
+    for (const int x : {0, 20000, 2000, 18000})
+        EXPECT_TRUE(flareOf(image, x, 1) == flaredBytes(image, x, 1)) << x;
+}
+
 TEST_F(Lens, FlareOfForeignDepths)
 {
     for (const Pieces &image : {paletted(37, 19, 1, 2), paletted(37, 19, 4, 16), paletted(21, 9, 16, 0),
@@ -502,6 +510,15 @@ TEST_F(Lens, SunBurstOfPalettes)
         return uint8_t{0};
     };
     EXPECT_EQ(resultOf(few, sunBurst(star)), starOver(few, star, 1, redOf200, firstOfRed).bytes());
+}
+
+// 24 bits that claim to have a palette are painted all the same.
+TEST_F(Lens, SunBurstOfTrueColorsWithACount)
+{
+    const tagParamSunburst star{6, 4, 0x2070E0, 5, 6, 90};
+    Pieces image = trueColor(23, 11);
+    image.header.biClrUsed = 3;
+    EXPECT_EQ(resultOf(image, sunBurst(star)), starOverSamples(image, star, 1));
 }
 
 TEST_F(Lens, SunBurstLeavesOtherDepthsBlank)

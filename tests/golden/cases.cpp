@@ -104,6 +104,8 @@ std::vector<Group> allGroups()
                 continue;
             all.push_back(sizeGroup(effect, kind));
             all.push_back(largeGroup(effect, kind));
+            if (kind.isVariant)
+                continue;
             all.push_back(abortGroup(effect, kind));
             for (const Field &field : effect.fields)
                 all.push_back(fieldGroup(effect, kind, field));

@@ -12,7 +12,7 @@ constexpr std::array kKinds{
     Kind{"4-bit", 4, 16, catalogue::Depth4},
     Kind{"8-bit-gray", 8, 256, catalogue::Depth8Gray},
     Kind{"8-bit-paletted", 8, 256, catalogue::Depth8Paletted},
-    Kind{"8-bit-of-10-colors", 8, 10, catalogue::Depth8Paletted},
+    Kind{"8-bit-of-10-colors", 8, 10, catalogue::Depth8Paletted, true},
     Kind{"24-bit", 24, 0, catalogue::Depth24},
 };
 

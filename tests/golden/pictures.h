@@ -16,6 +16,7 @@ struct Kind {
     int bits;
     uint32_t colors; ///< of the palette
     catalogue::Depth depth;
+    bool isVariant = false; ///< of another kind of the same depth: tried with default records alone
 };
 
 /// One of each depth, and a short palette.

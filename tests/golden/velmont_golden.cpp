@@ -101,11 +101,13 @@ int main(int argc, char **argv)
         std::cerr << arguments[0] << ": no list of golden digests\n";
         return 1;
     }
-    if (arguments.size() > 1)
-        keepOnly({arguments.begin() + 1, arguments.end()}, list, groups);
-    if (groups.empty()) {
-        std::cerr << "there is no such effect\n";
-        return kBadUsage;
-    }
+    const std::set<std::string_view> effects(arguments.begin() + 1, arguments.end());
+    for (const std::string_view name : effects)
+        if (!catalogue::findEffect(name)) {
+            std::cerr << "there is no effect " << name << '\n';
+            return kBadUsage;
+        }
+    if (!effects.empty())
+        keepOnly(effects, list, groups);
     return check(list, groups);
 }
