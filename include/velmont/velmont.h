@@ -13,6 +13,7 @@
 #include <velmont/geometry.h>
 #include <velmont/grain.h>
 #include <velmont/hatching.h>
+#include <velmont/host.h>
 #include <velmont/lens.h>
 #include <velmont/masks.h>
 #include <velmont/memory.h>

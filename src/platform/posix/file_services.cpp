@@ -22,6 +22,11 @@ bool canBeNamed(std::string_view name)
     return name.find('\\') == std::string_view::npos && name.size() < VELMONT_PATH_BYTES;
 }
 
+bool isPattern(std::string_view name)
+{
+    return name.find_first_of("*?") != std::string_view::npos;
+}
+
 void setName(VelmontFoundFile &found, std::string_view name)
 {
     name.copy(found.name, name.size());
@@ -90,8 +95,8 @@ void *findFirst(void *, const char *pattern, VelmontFoundFile *found)
     Search *const search = new (std::nothrow) Search;
     if (!search)
         return nullptr;
-    const bool isPattern = path.name.find_first_of("*?") != std::string_view::npos;
-    if (isPattern ? search->start(directory, path.name, *found) : findName(directory, path.name, *found))
+    if (isPattern(path.name) ? search->start(directory, path.name, *found)
+                             : findName(directory, path.name, *found))
         return search;
     delete search;
     return nullptr;
@@ -111,7 +116,8 @@ int createDirectory(void *, const char *path)
 {
     const SplitPath parts = splitLast(path);
     NativePath native;
-    if (parts.name.empty() || !resolveDirectory(parts.directory, native) || !appendName(native, parts.name))
+    if (parts.name.empty() || isPattern(parts.name) || !resolveDirectory(parts.directory, native) ||
+        !appendName(native, parts.name))
         return 0;
     return mkdir(native.c_str(), S_IRWXU | S_IRWXG | S_IRWXO) == 0 ? 1 : 0;
 }

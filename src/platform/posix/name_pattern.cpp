@@ -1,5 +1,5 @@
 #include "platform/posix/name_pattern.h"
-#include <algorithm>
+#include "platform/letters.h"
 #include <bitset>
 
 namespace velmont::posix {
@@ -11,16 +11,6 @@ constexpr std::size_t kLongestName = 255;
 
 /// The positions in a name that a part of a pattern can have come to; kLongestName is the last end of a name.
 using Positions = std::bitset<kLongestName + 1>;
-
-char lower(char c)
-{
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-bool sameLetter(char a, char b)
-{
-    return lower(a) == lower(b);
-}
 
 bool isWild(char c)
 {
@@ -72,11 +62,6 @@ Positions afterDot(std::string_view name, Positions from, bool endWillDo)
 }
 
 } // namespace
-
-bool sameName(std::string_view a, std::string_view b)
-{
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), sameLetter);
-}
 
 bool matchesPattern(std::string_view name, std::string_view pattern)
 {

@@ -7,9 +7,6 @@
 
 namespace velmont::posix {
 
-/// Whether two names are the same without regard to the case of the letters A to Z.
-bool sameName(std::string_view a, std::string_view b);
-
 /// Whether a name matches a pattern, without regard to the case of the letters A to Z:
 /// `*` stands for any characters, `?` for one or, at the end of the name or before a dot, for none;
 /// `*.` at the end of a pattern stands for any characters without a dot, and a dot before `*` or `?` matches the

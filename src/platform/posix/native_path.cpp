@@ -1,5 +1,5 @@
 #include "platform/posix/native_path.h"
-#include "platform/posix/name_pattern.h"
+#include "platform/letters.h"
 #include <algorithm>
 #include <dirent.h>
 #include <sys/stat.h>
