@@ -361,13 +361,13 @@ template <int size, int channels>
 void medianOfRanks(uint8_t *to, const MedianRows &rows)
 {
     Walk<channels> walk;
-    inChunks<size, middleRank(size), true>(
-        to, rows, [&](uint8_t *at, const Bounds &bounds, std::size_t bytes) {
-            if (rows.kind == MedianKind::Middle)
-                std::memcpy(at, bounds.low, bytes);
-            else
-                walk.along(at, bounds, bytes);
-        });
+    inChunks<size, middleRank(size), true>(to, rows,
+                                           [&](uint8_t *at, const Bounds &bounds, std::size_t bytes) {
+                                               if (rows.kind == MedianKind::Middle)
+                                                   std::memcpy(at, bounds.low, bytes);
+                                               else
+                                                   walk.along(at, bounds, bytes);
+                                           });
 }
 
 template <int size>

@@ -177,10 +177,10 @@ TEST(PosixFiles, FilesAreOpenedByPathsOfHosts)
 {
     const TemporaryFolder folder;
     folder.makeFolder("Dir");
-    folder.write("Dir/File.Bmp", std::string(14, 'x'));
+    folder.write("Dir/File.Bmp", std::string(14, 'z'));
     std::string path = folder.hostPath("dIR\\fILE.bMP");
     EXPECT_EQ(TagStampFile(path.data()), 1);
-    EXPECT_EQ(folder.read("Dir/File.Bmp"), "xxxxxxSTAMxxxx");
+    EXPECT_EQ(folder.read("Dir/File.Bmp"), "zzzzzzSTAMzzzz");
 }
 
 TEST(PosixFiles, EndlessPathsAreRefused)
