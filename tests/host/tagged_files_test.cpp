@@ -1,4 +1,5 @@
 #include "tests/host/temporary_folder.h"
+#include <cstdio>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <velmont/host.h>
@@ -176,6 +177,10 @@ TEST_F(TaggedFiles, AReadOnlyFileIsReadAndNotTagged)
     fs::permissions(folder_.path() / "a.bmp",
                     fs::perms::owner_read | fs::perms::group_read | fs::perms::others_read);
     [[maybe_unused]] const OrdinaryUser user;
+    if (std::FILE *const file = std::fopen((folder_.path() / "a.bmp").string().c_str(), "r+b")) {
+        std::fclose(file);
+        GTEST_SKIP() << "this user may write to read-only files";
+    }
     EXPECT_EQ(BmfhSetUserData(path_.c_str(), 3, 4), -1);
     EXPECT_EQ(BmfhGetUserData(path_.c_str(), nullptr, nullptr), 0);
     EXPECT_EQ(TagBrushFile(path_.data(), 1, 2), 0);
