@@ -26,7 +26,7 @@ Effect fill(void *pattern, const Manner &manner)
 
 int heldToByte(int64_t value)
 {
-    return static_cast<int>(std::clamp(value, 0L, 255L));
+    return static_cast<int>(std::clamp<int64_t>(value, 0, 255));
 }
 
 /// The pattern's columns over those of the image, and half a tile more for shifted rows.

@@ -9,7 +9,8 @@ sanitize=${SANITIZE:+-fsanitize=$SANITIZE}
 
 if [ "${TOOLCHAIN:-}" ]; then
     "$CMAKE" -S "$SOURCE_DIR/tests/project/consumer" -B "$tree/build" -G "$GENERATOR" \
-        -DCMAKE_TOOLCHAIN_FILE="$TOOLCHAIN" -DCMAKE_FIND_ROOT_PATH="$tree/installed" >/dev/null
+        -DCMAKE_TOOLCHAIN_FILE="$TOOLCHAIN" \
+        -Dvelmont_DIR="$(dirname "$(find "$tree/installed" -name velmont-config.cmake)")" >/dev/null
     "$CMAKE" --build "$tree/build" >/dev/null
     cp "$tree/installed/bin/velmont.dll" "$tree/build"
     "$EMULATOR" "$tree/build/consumer.exe"
