@@ -6,7 +6,7 @@
 ///
 /// Paths are null-terminated 8-bit strings: an optional drive, a directory, a file name, an extension, with backslash,
 /// slash and line feed between components. On systems without drives they are read as velmont/platform.h says. A path
-/// of more than 259 bytes is refused. A null pointer where none is allowed is refused like what cannot be found.
+/// that comes to more than 259 bytes, its repeated separators counted once, is refused. A null pointer where none is allowed is refused like what cannot be found.
 ///
 /// Files, ids and windows are those of the installed services (velmont/platform.h), but for the bitmap files and the
 /// log, which the library opens itself.
@@ -79,7 +79,7 @@ VELMONT_API int ZnCreateDirectory(char *path);
 /// \param count grows by one before each call; it is not reset
 /// \param callback receives the path of the entry, valid during the call, and userData; its result is ignored
 /// \return 0; -1 when a pointer other than userData is null; -2 when the search for subdirectories of `directory`
-/// cannot start; -3 after an abort
+/// cannot start, or `directory` is too long; -3 after an abort
 VELMONT_API int IterateFileSearch(char *directory, int recurse, char **patterns, int patternCount, int *count,
                                   int (*callback)(char *, void *), void *userData);
 

@@ -25,6 +25,7 @@ public:
         const char *const text = local ? std::asctime(local) : nullptr;
         std::snprintf(text_.data(), text_.size(), "%s", text ? text : "");
 #else
+        tzset(); // the time zone may change while the host runs
         std::tm local;
         text_[0] = '\0';
         if (!localtime_r(&now, &local) || !asctime_r(&local, text_.data()))

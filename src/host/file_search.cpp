@@ -2,6 +2,7 @@
 #include "platform/services.h"
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <velmont/environment.h>
 #include <velmont/host.h>
 
@@ -39,7 +40,8 @@ void report(const HostPath &base, const char *name, const Walk &walk)
     // The host receives a copy of its own, and may write to it.
     char text[VELMONT_PATH_BYTES];
     std::memcpy(text, path.c_str(), path.length() + 1);
-    ++*walk.count;
+    *walk.count =
+        static_cast<int>(static_cast<unsigned>(*walk.count) + 1); // the host's number may be the last one
     walk.callback(text, walk.userData);
 }
 
@@ -76,18 +78,19 @@ bool leadsDown(const HostPath &path, const char *name)
     return isDirectory(path.c_str()) && std::strcmp(name, ".") != 0 && std::strcmp(name, "..") != 0;
 }
 
-/// Walks one entry of a directory if it is a directory below it. The result of that walk replaces the one so far; one
-/// that could not be searched counts as done.
-int walkEntry(const HostPath &base, const char *name, const Walk &walk, int result)
+/// Walks one entry of a directory if it is a directory below it.
+/// \return the result of that walk, where one that could not be searched counts as done; nothing for another entry.
+std::optional<int> walkEntry(const HostPath &base, const char *name, const Walk &walk)
 {
     HostPath path;
     if (!joinPath(path, base, name) || !leadsDown(path, name))
-        return result;
+        return std::nullopt;
     const int below = walkDirectory(path.view(), true, walk);
     return below == kCannotSearch ? 0 : below;
 }
 
-/// Walks the subdirectories without a dot in their names.
+/// Walks the subdirectories without a dot in their names. Their results replace the one so far, an abort's too; only an
+/// abort below ends the walk.
 int walkSubdirectories(const HostPath &base, const Walk &walk, int result)
 {
     HostPath path;
@@ -98,9 +101,10 @@ int walkSubdirectories(const HostPath &base, const Walk &walk, int result)
         return kCannotSearch;
     bool aborted = AbortImageProcessing() != 0;
     for (bool found = true; found && !aborted; aborted = AbortImageProcessing() != 0) {
-        result = walkEntry(base, search.name(), walk, result);
-        if (result == kAborted)
+        const std::optional<int> below = walkEntry(base, search.name(), walk);
+        if (below == kAborted)
             return kAborted;
+        result = below.value_or(result);
         found = search.next();
     }
     return aborted ? kAborted : result;

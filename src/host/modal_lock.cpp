@@ -161,7 +161,8 @@ int UnlockForModal(void *token)
     for (std::size_t i = 0; windowOf(token, i, window); ++i)
         enableWindow(window, true);
     KelMemFree(token);
-    modalLockToken = nullptr;
+    if (modalLockToken == token) // the host may have unlocked and locked again meanwhile
+        modalLockToken = nullptr;
     return 1;
 }
 

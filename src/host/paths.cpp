@@ -70,9 +70,11 @@ using namespace velmont;
 
 int ZnGetLongPathName(char *shortPath, char *longPath)
 {
-    if (!shortPath || !longPath)
+    if (!longPath)
         return kNothingLeft;
     longPath[0] = '\0';
+    if (!shortPath)
+        return kNothingLeft;
     const PathParts parts = splitPath(shortPath);
     if (!parts.fit())
         return kNotFound;

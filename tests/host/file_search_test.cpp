@@ -224,6 +224,31 @@ TEST_F(FileSearchTest, TheResultOfASubdirectoryReplacesThatOfTheFiles)
     EXPECT_EQ(iterate("c:", true, {"*"}), -3);
 }
 
+TEST_F(FileSearchTest, AnAbortAmongTheFilesLetsTheSubdirectoriesBeWalked)
+{
+    ScriptedFiles files;
+    files.found = {{"c:\\*", {"a"}},          {"c:\\*.", {".", "f", "s"}}, {"c:\\s\\*", {"b"}},
+                   {"c:\\s\\*.", {".", "u"}}, {"c:\\s\\u\\*", {"e"}},      {"c:\\s\\u\\*.", {"."}}};
+    files.directories = {"c:\\.", "c:\\s", "c:\\s\\.", "c:\\s\\u", "c:\\s\\u\\."};
+    // Polls: 1 c:\*; 2, 3, 4 c:\*. up to s; 5 c:\s\*, aborted too in the second run.
+    abortAt(1, abortOnce);
+    EXPECT_EQ(iterate("c:", true, {"*"}), 0);
+    EXPECT_EQ(paths, Strings({"c:\\s\\b", "c:\\s\\u\\e"}));
+    paths.clear();
+    abortAt(6, abortOnce); // c:\* has one poll more without an abort
+    EXPECT_EQ(iterate("c:", true, {"*"}), 0);
+    EXPECT_EQ(paths, Strings({"c:\\a", "c:\\s\\u\\e"}));
+}
+
+TEST_F(FileSearchTest, ACountAtItsEndWraps)
+{
+    ScriptedFiles files;
+    files.found = {{"c:\\*", {"a"}}};
+    count = 0x7FFFFFFF;
+    EXPECT_EQ(iterate("c:", false, {"*"}), 0);
+    EXPECT_EQ(count, -0x7FFFFFFF - 1);
+}
+
 TEST_F(FileSearchTest, WhatNoPathCanNameIsLeftOut)
 {
     ScriptedFiles files;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <utility>
 #include <velmont/host.h>
 #include <velmont/memory.h>
 
@@ -224,13 +225,34 @@ TEST_F(ModalLock, AHostMayUnlockWhileItsWindowsAreEnabled)
 {
     fakes_.windows = {{1, {}}, {2, {}}};
     void *const token = LockupForModal();
+    bool isInside = false;
     fakes_.afterEnable = [&] {
-        fakes_.afterEnable = nullptr;
-        EXPECT_EQ(UnlockForModal(token), 1);
+        if (!std::exchange(isInside, true)) {
+            EXPECT_EQ(UnlockForModal(token), 1);
+        }
     };
     EXPECT_EQ(UnlockForModal(token), 1);
     EXPECT_TRUE(fakes_.windows[2].enabled);
     EXPECT_EQ(UnlockForModal(nullptr), 1);
+}
+
+TEST_F(ModalLock, AHostMayLockAnewWhileItsWindowsAreEnabled)
+{
+    fakes_.windows = {{1, {}}, {2, {}}};
+    void *const token = LockupForModal();
+    void *inner = nullptr;
+    bool isInside = false;
+    fakes_.afterEnable = [&] {
+        if (std::exchange(isInside, true))
+            return;
+        EXPECT_EQ(UnlockForModal(token), 1);
+        inner = LockupForModal();
+    };
+    EXPECT_EQ(UnlockForModal(token), 1);
+    ASSERT_NE(inner, nullptr);
+    EXPECT_EQ(UnlockForModal(inner), 1) << "the lock in force";
+    EXPECT_TRUE(fakes_.windows[1].enabled);
+    EXPECT_TRUE(fakes_.windows[2].enabled);
 }
 
 TEST_F(ModalLock, TheTopLevelWindowIsTheLastOwner)

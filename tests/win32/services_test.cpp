@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 #include <velmont/environment.h>
+#include <velmont/host.h>
 
 namespace velmont::testing {
 
@@ -77,6 +78,52 @@ int stopAtFirst(HWND, void *calls)
 void press(BYTE key, bool down)
 {
     keybd_event(key, 0, down ? 0 : KEYEVENTF_KEYUP, 0);
+}
+
+/// The last line of a file with its line feed, as text.
+std::string lastLine(const char *path)
+{
+    std::string line;
+    if (std::FILE *const file = std::fopen(path, "r")) {
+        for (char text[1024]; std::fgets(text, sizeof text, file);)
+            line = text;
+        std::fclose(file);
+    }
+    return line;
+}
+
+TEST(SystemLog, LinesGoToTheFixedFile)
+{
+    char format[] = "%d hairs  ";
+    ASSERT_EQ(WriteDebug(format, 12), 1);
+    char thread[32];
+    std::snprintf(thread, sizeof thread, "%lx", GetCurrentThreadId());
+    const std::string line = lastLine("c:\\aglog.TXT");
+    EXPECT_EQ(line.rfind("<Tm:", 0), 0u) << line;
+    const std::string end = std::string("\tPID:ffffffff\tTID:").append(thread).append(">\t12 hairs\n");
+    ASSERT_GT(line.size(), end.size());
+    EXPECT_EQ(line.substr(line.size() - end.size()), end);
+    EXPECT_EQ(line.size(), 4 + 23 + end.size()) << "the year has lost its last digit";
+}
+
+TEST(SystemFiles, AFileThatMayNotBeWrittenIsReadAndNotTagged)
+{
+    Folder folder;
+    folder.addFile("a.bmp");
+    std::string path = folder.at("a.bmp");
+    std::FILE *const file = std::fopen(path.c_str(), "wb");
+    ASSERT_NE(file, nullptr);
+    std::fwrite("BM....STAM....", 1, 14, file);
+    std::fclose(file);
+    // Whoever opens it now may read.
+    const HANDLE holder =
+        CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+    ASSERT_NE(holder, INVALID_HANDLE_VALUE);
+    EXPECT_EQ(BmfhSetUserData(path.c_str(), 3, 4), -1);
+    EXPECT_EQ(TagBrushFile(path.data(), 1, 2), 0);
+    EXPECT_EQ(IsTaggedStampFile(path.data()), 1);
+    CloseHandle(holder);
+    EXPECT_EQ(TagBrushFile(path.data(), 1, 2), 1);
 }
 
 } // namespace
