@@ -8,10 +8,11 @@ else()
     include(GoogleTest)
 endif()
 
-# One test of CTest for each test of the program. Under an emulator, where a program takes long to start, one for all.
+# One test of CTest for each test of the program. Under an emulator and instrumented, where a program takes long to start,
+# one for all.
 #     velmont_discover_tests(TARGET [TEST_FILTER FILTER] [PROPERTIES NAME VALUE...])
 function(velmont_discover_tests target)
-    if(NOT CMAKE_CROSSCOMPILING)
+    if(NOT CMAKE_CROSSCOMPILING AND NOT VELMONT_SANITIZE)
         gtest_discover_tests(${target} ${ARGN})
         return()
     endif()
