@@ -183,9 +183,7 @@ void *ProcessBlind(void *dib, tagBlindParam *param)
     const std::optional<Dib> source = withRowsBehindAllColors(frame, {8, 24});
     if (!source)
         return nullptr;
-    ResultPlan plan = planOnSamples(*source);
-    plan.flags = 0;
-    if (!frame.begin(plan))
+    if (!frame.begin(planOnSamples(*source, 0)))
         return nullptr;
     Blind(frame, *source, *param).draw();
     frame.clearPadding();

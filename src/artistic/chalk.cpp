@@ -35,23 +35,15 @@ public:
     }
 
     std::size_t width() const { return width_; }
-    std::size_t height() const { return rows_ - 2 * kBorder; }
+    int height() const { return static_cast<int>(rows_ - 2 * kBorder); }
     std::ptrdiff_t stride() const { return static_cast<std::ptrdiff_t>(stride_); }
     /// Row y of the picture, at its column 0.
-    uint8_t *row(std::size_t y) const { return bytes_ + (y + kBorder) * stride_ + kBorder; }
+    uint8_t *row(int y) const { return bytes_ + (static_cast<std::size_t>(y) + kBorder) * stride_ + kBorder; }
     void fill(uint8_t level) const { std::memset(bytes_, level, stride_ * rows_); }
 
 private:
     uint8_t *bytes_;
     std::size_t width_, stride_, rows_;
-};
-
-/// A picture's levels, each of its rows somewhere in memory.
-struct Levels {
-    const uint8_t *first;
-    std::size_t stride, width, height;
-
-    const uint8_t *row(std::size_t y) const { return first + stride * y; }
 };
 
 /// trunc(0.1 * blue + 0.7 * green + 0.2 * red), in doubles.
@@ -62,11 +54,11 @@ void grayRow(uint8_t *to, const uint8_t *pixels, std::size_t count)
             static_cast<uint8_t>(static_cast<int32_t>(pixels[0] * 0.1 + pixels[1] * 0.7 + pixels[2] * 0.2));
 }
 
-LevelCounts countsOf(const Levels &levels)
+LevelCounts countsOf(const SampleRows &levels)
 {
     ByteCounter counter;
-    for (std::size_t y = 0; y < levels.height; ++y)
-        counter.add(levels.row(y), levels.width);
+    for (int y = 0; y < levels.height; ++y)
+        counter.add(levels.row(y), levels.rowBytes());
     return counter.total();
 }
 
@@ -158,13 +150,13 @@ LevelTable clipping(int64_t clip)
     return table;
 }
 
-void fillPlane(const Plane &plane, const Levels &levels, const LevelTable &table, uint8_t border)
+void fillPlane(const Plane &plane, const SampleRows &levels, const LevelTable &table, uint8_t border)
 {
     plane.fill(border);
     const TableRow mapRow = tableRow();
     alignas(64) LevelTable aligned = table;
-    for (std::size_t y = 0; y < levels.height; ++y)
-        mapRow(plane.row(y), levels.row(y), levels.width, aligned.data());
+    for (int y = 0; y < levels.height; ++y)
+        mapRow(plane.row(y), levels.row(y), levels.rowBytes(), aligned.data());
 }
 
 /// How strongly a number from 0 to 99 changes a level: by so many times the strength that the level has.
@@ -248,7 +240,7 @@ void addGrain(const Plane &grained, const Plane &plane, const Grain &grain)
 {
     srand(Grain::kSeed);
     uint16_t places[kRun], numbers[kRun];
-    for (std::size_t y = 0; y < plane.height(); ++y)
+    for (int y = 0; y < plane.height(); ++y)
         for (std::size_t first = 0; first < plane.width(); first += kRun) {
             const uint8_t *const from = plane.row(y) + first;
             uint8_t *const to = grained.row(y) + first;
@@ -332,12 +324,12 @@ void writeRow(uint8_t *to, const uint8_t *light, const uint8_t *dark, std::size_
 }
 
 /// Draws the picture of these levels into the result. `memory` holds three planes.
-void drawChalk(EffectFrame &frame, const Levels &levels, const tagChalkParam &settings, uint8_t *memory)
+void drawChalk(EffectFrame &frame, const SampleRows &levels, const tagChalkParam &settings, uint8_t *memory)
 {
     const std::size_t planeBytes = Plane::bytesFor(frame.result());
-    const Plane dark(memory, levels.width, levels.height),
-        light(memory + planeBytes, levels.width, levels.height),
-        grained(memory + 2 * planeBytes, levels.width, levels.height);
+    const std::size_t width = levels.rowBytes(), height = static_cast<std::size_t>(levels.height);
+    const Plane dark(memory, width, height), light(memory + planeBytes, width, height),
+        grained(memory + 2 * planeBytes, width, height);
     const int64_t grain = settings.grain;
 
     const LevelCounts counts = countsOf(levels);
@@ -352,15 +344,15 @@ void drawChalk(EffectFrame &frame, const Levels &levels, const tagChalkParam &se
 
     grained.fill(kPaper);
     addGrain(grained, dark, DarkGrain(grain));
-    for (std::size_t y = 0; y < levels.height; ++y) // the dark plane is done with and takes them
-        darkStrokes(dark.row(y), grained.row(y), grained.stride(), levels.width);
+    for (int y = 0; y < levels.height; ++y) // the dark plane is done with and takes them
+        darkStrokes(dark.row(y), grained.row(y), grained.stride(), width);
     grained.fill(kPaper);
     addGrain(grained, light, LightGrain(grain));
     const std::size_t channels = frame.result().bitCount() == 24 ? 3 : 1;
-    for (std::size_t y = 0; y < levels.height; ++y) {
-        lightStrokes(light.row(y), grained.row(y), grained.stride(), levels.width);
-        writeRow(frame.result().row(static_cast<int>(y)), light.row(y), dark.row(y), levels.width, channels);
-        frame.clearPadding(static_cast<int>(y));
+    for (int y = 0; y < levels.height; ++y) {
+        lightStrokes(light.row(y), grained.row(y), grained.stride(), width);
+        writeRow(frame.result().row(y), light.row(y), dark.row(y), width, channels);
+        frame.clearPadding(y);
     }
 }
 
@@ -387,18 +379,17 @@ void *ProcessChalk(void *dib, tagChalkParam *param)
     if (!frame.begin(
             {.layout = layout, .contents = Contents::Overwritten, .headerBytes = layout.pixelOffset}))
         return nullptr;
-    const auto width = static_cast<std::size_t>(layout.width),
-               height = static_cast<std::size_t>(layout.height);
-    Levels levels{source->row(0), layout.stride, width, height};
+    SampleRows levels = sampleRows(*source);
     std::optional<ScratchBlock> gray;
     if (layout.bitCount == 24) {
-        gray.emplace(width * height);
+        const auto width = static_cast<std::size_t>(layout.width);
+        gray.emplace(width * static_cast<std::size_t>(layout.height));
         // Hosts find the wait cursor on and both blocks locked, the result lost.
         if (!gray->bytes())
             return frame.abandon();
-        for (std::size_t y = 0; y < height; ++y)
-            grayRow(gray->bytes() + width * y, source->row(static_cast<int>(y)), width);
-        levels = {gray->bytes(), width, width, height};
+        levels = {gray->bytes(), width, layout.width, layout.height, 1};
+        for (int y = 0; y < layout.height; ++y)
+            grayRow(gray->bytes() + width * static_cast<std::size_t>(y), source->row(y), width);
     }
     ScratchBlock planes(uint64_t{3} * Plane::bytesFor(*source));
     if (!planes.bytes()) {

@@ -278,8 +278,7 @@ void *ProcessColorPencil(void *dib, tagColorPencilParam *param)
     const std::optional<Dib> source = withRowsBehindAllColors(frame, {8, 24});
     if (!source)
         return refuseAtWork();
-    ResultPlan plan = planOnSamples(*source);
-    plan.flags = 0;
+    const ResultPlan plan = planOnSamples(*source, 0);
     if (!frame.begin(plan))
         return nullptr;
     if (setting.coverage == 0)

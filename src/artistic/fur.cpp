@@ -1,7 +1,7 @@
+#include "artistic/painting.h"
 #include "core/clock.h"
 #include "core/generator.h"
 #include "core/scratch_block.h"
-#include "filters/sample_frame.h"
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -11,17 +11,12 @@ namespace velmont {
 
 namespace {
 
-std::size_t channelsOf(const Dib &source)
-{
-    return source.bitCount() == 24 ? 3 : 1;
-}
-
 /// The picture with a mirrored border, row by row: at the top and the left without the edge, at the bottom and the
 /// right with it. What would be mirrored from outside the picture is 0.
 class MirroredRows {
 public:
     MirroredRows(const Dib &source, int64_t border)
-        : source_(source), channels_(static_cast<int64_t>(channelsOf(source))), border_(border)
+        : source_(source), channels_(static_cast<int64_t>(samplesPerPixel(source))), border_(border)
     {
     }
 
@@ -50,10 +45,7 @@ public:
 
 private:
     /// The place in a line of `count` that place i of the line with borders shows.
-    int64_t mirrored(int64_t i, int64_t count) const
-    {
-        return i < border_ ? border_ - i : i < border_ + count ? i - border_ : 2 * count - 1 - (i - border_);
-    }
+    int64_t mirrored(int64_t i, int64_t count) const { return mirroredPlace(i - border_, count); }
 
     /// Columns beyond the row's ends are told by their place in memory: hosts rely on them to run on into the rows
     /// beside, up to the ends of the picture.
@@ -88,7 +80,7 @@ void divideRow(uint8_t *to, const Sum *sums, std::size_t count, Quotient divisor
 class SmoothingBox {
 public:
     SmoothingBox(const Dib &source, int size)
-        : size_(size), channels_(channelsOf(source)),
+        : size_(size), channels_(samplesPerPixel(source)),
           rowBytes_(static_cast<std::size_t>(source.width()) * channels_),
           rows_(source, std::max(size, 0) / 2)
     {
@@ -339,12 +331,6 @@ void smooth(EffectFrame &frame, const Dib &source, SmoothingBox &box, int size)
     }
 }
 
-void copyPixels(uint8_t *to, const Dib &image, std::size_t rowBytes)
-{
-    for (int y = 0; y < image.height(); ++y, to += rowBytes)
-        std::memcpy(to, image.row(y), rowBytes);
-}
-
 } // namespace
 
 } // namespace velmont
@@ -366,7 +352,7 @@ void *ProcessFur(void *dib, tagFurParam *param)
     // Hosts find the wait cursor on and the result lost where there is no memory for the mirrored picture.
     if (!box.fitsMemory())
         return frame.loseResult();
-    const std::size_t rowBytes = static_cast<std::size_t>(source->width()) * channelsOf(*source);
+    const std::size_t rowBytes = sampleBytes(*source);
     const std::size_t pictureBytes = rowBytes * static_cast<std::size_t>(source->height());
     ScratchBlock scratch(box.scratchBytes() + pictureBytes);
     if (!scratch.bytes())
@@ -374,7 +360,7 @@ void *ProcessFur(void *dib, tagFurParam *param)
     box.useScratch(scratch.bytes());
     smooth(frame, *source, box, settings.smoothSize);
     uint8_t *const smoothed = scratch.bytes() + box.scratchBytes();
-    copyPixels(smoothed, frame.result(), rowBytes);
+    packRows(smoothed, sampleRows(frame.result()));
     velmont::srand(clockSeconds());
     if (source->bitCount() == 24)
         growHairs<3>(frame.result(), smoothed, settings);

@@ -271,8 +271,7 @@ void *ProcessGlowEdge(void *dib, tagGlowEdge *param)
     const std::optional<Dib> source = withRowsBehindAllColors(frame, {8, 24});
     if (!source)
         return nullptr;
-    ResultPlan plan = planOnSamples(*source);
-    plan.flags = 0;
+    const ResultPlan plan = planOnSamples(*source, 0);
     if (!frame.allocate(plan))
         return nullptr;
     GlowEdge glow(*source, frame.result(), *param);

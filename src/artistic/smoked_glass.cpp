@@ -266,8 +266,7 @@ void *ProcessSmokedGlass(void *dib, tagSmokedGlassParam *param)
     const std::optional<Dib> source = withRowsBehindAllColors(frame, {8, 24});
     if (!source)
         return nullptr;
-    ResultPlan plan = planOnSamples(*source);
-    plan.flags = 0;
+    const ResultPlan plan = planOnSamples(*source, 0);
     if (!frame.allocate(plan))
         return nullptr;
     if (param->density < 1 || param->density > kMostDensity) {

@@ -1,13 +1,11 @@
 #include "core/generator.h"
 #include "core/rounded_math.h"
 #include "core/scratch_block.h"
-#include "core/view_frame.h"
 #include "core/view_samples.h"
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstring>
-#include <optional>
 #include <velmont/lens.h>
 
 namespace velmont {

@@ -1,5 +1,7 @@
 #include "core/effect_frame.h"
+#include "core/repeat_bytes.h"
 #include "core/scratch_block.h"
+#include "filters/sample_frame.h"
 #include "geometry/high_quality_size.h"
 #include "masks/relief.h"
 #include "masks/tile_picture.h"
@@ -45,19 +47,13 @@ void *resampled(void *texture, double scale)
     return tile;
 }
 
-/// Of an image's pixels, at any depth.
-std::size_t channelsOf(const Dib &image)
-{
-    return image.bitCount() == 24 ? 3 : 1;
-}
-
 /// Rows of tiles side by side, as wide as the image.
 class TileRows {
 public:
     /// The tile is read as its own depth says, which need not be the image's. At 8 bits its rows are looked for behind
     /// 256 colours, however many it has: hosts rely on it.
     TileRows(const Dib &tile, const DibLayout &image, int mode)
-        : tile_(tile), mode_(mode), tileChannels_(channelsOf(tile)),
+        : tile_(tile), mode_(mode), tileChannels_(samplesPerPixel(tile)),
           firstRow_(tileChannels_ == 3 ? kHeaderBytes : kGrayPixelOffset),
           channels_(static_cast<std::size_t>(image.bitCount) / 8),
           columns_(static_cast<std::size_t>(image.width)), row_(std::max(channels_, tileChannels_) * columns_)

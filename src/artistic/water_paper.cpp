@@ -71,12 +71,7 @@ private:
 
     /// Whether a padded row or column shows one of the picture.
     bool isMirrored(int64_t padded, int64_t length) const { return padded < length + 2 * before_; }
-    /// Above and to the left the mirror leaves the edge out, below and to the right it repeats it: hosts rely on it.
-    int64_t mirrored(int64_t padded, int64_t length) const
-    {
-        const int64_t place = padded - before_;
-        return place < 0 ? -place : place < length ? place : 2 * length - 1 - place;
-    }
+    int64_t mirrored(int64_t padded, int64_t length) const { return mirroredPlace(padded - before_, length); }
     template <typename Change>
     void changeSums(int64_t paddedRow, Change change)
     {
@@ -209,12 +204,7 @@ struct WaterSheet {
     int width, height;
     std::size_t channels;
 
-    void pack() const
-    {
-        const std::size_t rowBytes = static_cast<std::size_t>(width) * channels;
-        for (std::size_t y = 0; y < static_cast<std::size_t>(height); ++y)
-            std::memcpy(packed + y * rowBytes, rows + y * stride, rowBytes);
-    }
+    void pack() const { packRows(packed, {rows, stride, width, height, channels}); }
     std::size_t placeIn(int64_t y, int64_t x) const
     {
         return static_cast<std::size_t>(y) * stride + static_cast<std::size_t>(x) * channels;
@@ -375,9 +365,7 @@ void *ProcessWaterPaper(void *dib, tagWaterPaperParam *param)
     const std::optional<Dib> source = withRowsBehindAllColors(frame, {8, 24});
     if (!source || brush.half == 0)
         return refuseAtWork();
-    ResultPlan plan = planOnSamples(*source);
-    plan.flags = 0;
-    if (!frame.begin(plan))
+    if (!frame.begin(planOnSamples(*source, 0)))
         return nullptr;
     const SampleRows rows = sampleRows(*source);
     ScratchBlock work(workBytes(rows, brush));

@@ -158,8 +158,7 @@ void *ProcessWind(void *dib, tagParamWind *param)
     const std::optional<Dib> source = withRowsBehindAllColors(frame, {8, 24});
     if (!source)
         return nullptr;
-    ResultPlan plan = planOnSamples(*source);
-    plan.flags = 0;
+    const ResultPlan plan = planOnSamples(*source, 0);
     if (!frame.allocate(plan))
         return nullptr;
     const std::size_t bytes = sampleBytes(*source), channels = samplesPerPixel(*source);

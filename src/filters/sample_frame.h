@@ -34,13 +34,14 @@ inline std::size_t headerBytesOf(const Dib &image)
     return image.bitCount() == 8 ? kGrayPixelOffset : 0;
 }
 
-/// A result of the source's shape. All that lies before the rows is copied in one piece; the effect clears the
-/// padding itself.
-inline ResultPlan planOnSamples(const Dib &source)
+/// A result of the source's shape, in a block asked for with these flags. All that lies before the rows is copied in one
+/// piece; the effect clears the padding itself.
+inline ResultPlan planOnSamples(const Dib &source, unsigned flags = KEL_MEM_MOVEABLE | KEL_MEM_ZERO)
 {
     return {.layout = source.layout(),
             .contents = Contents::Overwritten,
-            .headerBytes = source.layout().pixelOffset};
+            .headerBytes = source.layout().pixelOffset,
+            .flags = flags};
 }
 
 /// The same for the effects that copy a colour for each one of biClrUsed, at 24 bits too: hosts rely on it.

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace velmont {
 
@@ -16,5 +17,12 @@ struct SampleRows {
     std::size_t rowBytes() const { return static_cast<std::size_t>(width) * channels; } ///< without padding
     std::size_t bytes() const { return stride * static_cast<std::size_t>(height); }
 };
+
+/// Copies the rows one behind the other, without their padding.
+inline void packRows(uint8_t *to, const SampleRows &rows)
+{
+    for (int y = 0; y < rows.height; ++y, to += rows.rowBytes())
+        std::memcpy(to, rows.row(y), rows.rowBytes());
+}
 
 } // namespace velmont

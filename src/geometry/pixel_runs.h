@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/repeat_bytes.h"
 #include "geometry/pixel_access.h"
 #include <algorithm>
 
@@ -21,12 +22,7 @@ public:
         const std::size_t all = place(count);
         for (std::size_t i = 0; i < bytes_ && i < all; ++i)
             first[i] = static_cast<uint8_t>(background_ >> 8 * i);
-        // Doubled up to a length that stays in the nearest cache, and then laid down in pieces of that.
-        constexpr std::size_t kPiece = 3072;
-        for (std::size_t done = bytes_, piece; done < all; done += piece) {
-            piece = std::min({done, all - done, kPiece});
-            std::memcpy(first + done, first, piece);
-        }
+        repeatBytes(first, std::min(bytes_, all), all);
     }
 
 private:

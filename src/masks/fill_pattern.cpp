@@ -1,3 +1,4 @@
+#include "core/repeat_bytes.h"
 #include "core/scratch_block.h"
 #include "filters/sample_frame.h"
 #include "masks/relief.h"

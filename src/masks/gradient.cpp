@@ -1,3 +1,4 @@
+#include "core/repeat_bytes.h"
 #include "filters/sample_frame.h"
 #include "masks/gradient_colors.h"
 #include "masks/gradient_kernels.h"
@@ -52,8 +53,7 @@ public:
         uint8_t *const to = at(first);
         const std::size_t bytes = static_cast<std::size_t>(end - first) * channels_;
         std::memcpy(to, &pixel, channels_);
-        for (std::size_t done = channels_; done < bytes; done *= 2)
-            std::memcpy(to + done, to, std::min(done, bytes - done));
+        repeatBytes(to, channels_, bytes);
     }
     /// The pixels from column `first` to before `end` in the colours of the first places.
     void paint(int64_t first, int64_t end, const uint32_t *pixels)

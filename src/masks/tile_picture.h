@@ -53,11 +53,4 @@ inline void copyWithin(uint8_t *to, const Dib &picture, uint64_t start, std::siz
     std::memset(to + there, 0, wanted - there);
 }
 
-/// Repeats the first bytes of a row, 1 or more, up to its end.
-inline void repeatBytes(uint8_t *row, std::size_t first, std::size_t bytes)
-{
-    for (std::size_t done = first; done < bytes; done *= 2)
-        std::memcpy(row + done, row, std::min(done, bytes - done));
-}
-
 } // namespace velmont
