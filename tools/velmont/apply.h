@@ -3,13 +3,11 @@
 /// \file
 /// `velmont apply` and its like: one image through a chain of effects into a file.
 
-#include "runner.h"
+#include "picture_job.h"
 #include <filesystem>
-#include <functional>
 #include <optional>
 #include <span>
 #include <string>
-#include <vector>
 
 namespace velmont::cli {
 
@@ -25,9 +23,6 @@ struct ApplyOptions {
 /// \param words the chain
 /// \throws Failure
 void runApply(std::span<const std::string> words, const ApplyOptions &options);
-
-/// The steps for a picture, once it has been read.
-using StepsFor = std::function<std::vector<Step>(void *dib)>;
 
 /// The same with steps that depend on the picture.
 void runSteps(const std::filesystem::path &input, const StepsFor &stepsFor, const ApplyOptions &options);

@@ -31,7 +31,7 @@ public:
     void run(const std::vector<Step> &steps);
 
     /// What the effects made besides and a file was named for.
-    const std::vector<NamedPicture> &made() const { return made_; }
+    std::vector<NamedPicture> &made() { return made_; }
 
 private:
     void runStep(const Step &step);

@@ -1,0 +1,37 @@
+#pragma once
+
+/// \file
+/// One image on its way from a file through effects into another.
+
+#include "output_file.h"
+#include "runner.h"
+#include "selection.h"
+#include <filesystem>
+#include <functional>
+#include <vector>
+
+namespace velmont::cli {
+
+/// What holds for every image of a run.
+struct JobOptions {
+    OutputOptions output;
+    SelectionOptions selection;
+    RunOptions run;
+};
+
+/// The steps for a picture, once it has been read.
+using StepsFor = std::function<std::vector<Step>(void *dib)>;
+
+/// An image and where its result goes.
+struct PictureJob {
+    std::filesystem::path input, output;
+};
+
+/// Every file that steps write for an image, its result first.
+std::vector<std::filesystem::path> outputsOf(const PictureJob &job, const std::vector<Step> &steps);
+
+/// Reads, runs and writes; the output appears whole or not at all.
+/// \throws Failure
+void runJob(const PictureJob &job, const StepsFor &stepsFor, const JobOptions &options);
+
+} // namespace velmont::cli
