@@ -8,6 +8,7 @@
 #include "list.h"
 #include "nearest_name.h"
 #include "picture_steps.h"
+#include "seed.h"
 #include "text.h"
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -146,6 +147,8 @@ const ApplyOptions &outputOptions(Request &request)
     request.apply.mask = request.mask;
     if (request.quality)
         request.apply.jpegQuality = jpegQuality(*request.quality);
+    if (request.seed)
+        request.apply.run.seed = parseSeed(*request.seed);
     return request.apply;
 }
 
