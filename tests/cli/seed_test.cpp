@@ -29,7 +29,7 @@ std::vector<const Effect *> randomEffects(unsigned depth)
 
 std::vector<uint32_t> made(const Effect &effect, Kind kind, uint32_t seed)
 {
-    io::Picture picture = makePicture(kind, 67, 53);
+    io::Picture picture = makePicture(kind, 160, 120);
     cli::Runner(picture, "photo.png", {.convert = false, .quiet = true, .seed = seed})
         .run({{&effect, catalogue::defaultRecord(effect)}});
     return coloursOf(picture.dib.get());
