@@ -8,10 +8,11 @@
 #include "list.h"
 #include "nearest_name.h"
 #include "picture_steps.h"
+#include "results.h"
 #include "text.h"
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <iostream>
+#include <sstream>
 #include <utility>
 #include <vector>
 
@@ -92,7 +93,9 @@ bool parse(CLI::App &app, std::vector<std::string> arguments)
     try {
         app.parse(std::move(arguments));
     } catch (const CLI::Success &success) {
-        app.exit(success);
+        std::ostringstream help;
+        app.exit(success, help);
+        print(help.str());
         return false;
     } catch (const CLI::ExtrasError &) {
         refuseExtra(app);
@@ -102,12 +105,6 @@ bool parse(CLI::App &app, std::vector<std::string> arguments)
         refuse(error.what());
     }
     return true;
-}
-
-void print(const std::string &text)
-{
-    if (!std::cout.write(text.data(), static_cast<std::streamsize>(text.size())).flush())
-        throw Failure(ExitCode::Output, "standard output cannot be written");
 }
 
 int jpegQuality(const std::string &text)
@@ -146,6 +143,8 @@ const ApplyOptions &outputOptions(Request &request)
     request.apply.mask = request.mask;
     if (request.quality)
         request.apply.jpegQuality = jpegQuality(*request.quality);
+    if (request.format)
+        request.apply.format = parseFormat(*request.format);
     return request.apply;
 }
 

@@ -9,5 +9,7 @@ namespace velmont::cli {
 
 /// One line behind the program's name, on standard error.
 void say(std::string_view line);
+/// The same for an error: on a terminal the program's name stands out.
+void sayError(std::string_view line);
 
 } // namespace velmont::cli
