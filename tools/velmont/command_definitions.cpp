@@ -54,12 +54,18 @@ CLI::App *addCommand(CLI::App &app, const std::string &name, const std::string &
 /// What all commands that write a picture take.
 void addOutputOptions(CLI::App &command, Request &request)
 {
-    command.add_option("-o,--output", request.output, "The file to write")->type_name("FILE");
+    command.add_option("-o,--output", request.output, "The file to write, or - for standard output")
+        ->type_name("FILE");
+    command.add_option("--format", request.format, "Of the output, whatever its ending says")
+        ->type_name("FORMAT");
     command.add_flag("--force", request.apply.force, "Replace the output if it exists");
     command.add_flag("--convert", request.apply.run.convert,
                      "Convert the image where an effect refuses its depth");
     command.add_option("--quality", request.quality, "Of a JPEG, 1 to 100")->type_name("N");
     command.add_flag("-q,--quiet", request.apply.run.quiet, "No notes and no progress");
+    command.add_flag("--dry-run", request.apply.dryRun, "Check everything and tell what would be done");
+    command.add_flag("--timing", request.apply.telling.timing, "Say how long each step takes");
+    command.add_flag("--json", request.apply.telling.json, "Tell the results as JSON");
 }
 
 /// A command that makes one picture out of another.

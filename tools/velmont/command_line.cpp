@@ -143,6 +143,8 @@ const ApplyOptions &outputOptions(Request &request)
     request.apply.mask = request.mask;
     if (request.quality)
         request.apply.jpegQuality = jpegQuality(*request.quality);
+    if (request.format)
+        request.apply.format = parseFormat(*request.format);
     return request.apply;
 }
 

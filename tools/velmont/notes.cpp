@@ -1,4 +1,5 @@
 #include "notes.h"
+#include "kept_notes.h"
 #include "style.h"
 #include "text.h"
 #include <cstdio>
@@ -29,6 +30,7 @@ constexpr std::string_view kMark = "velmont:";
 
 void say(std::string_view line)
 {
+    KeptNotes::keep(line);
     put(kMark, line);
 }
 

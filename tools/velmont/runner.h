@@ -7,6 +7,7 @@
 #include "io/picture.h"
 #include "operand_files.h"
 #include "progress.h"
+#include "step_time.h"
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -33,6 +34,9 @@ public:
     /// What the effects made besides and a file was named for.
     std::vector<NamedPicture> &made() { return made_; }
 
+    /// How long each effect took.
+    const std::vector<StepTime> &times() const { return times_; }
+
 private:
     void runStep(const Step &step);
     void makeAcceptable(const catalogue::Effect &effect, unsigned depth);
@@ -48,6 +52,7 @@ private:
     RunOptions options_;
     Progress progress_;
     std::vector<NamedPicture> made_;
+    std::vector<StepTime> times_;
     std::string lastEffect_;
     std::string position_; ///< "2/3 " in front of an effect's name, when there are several
 };

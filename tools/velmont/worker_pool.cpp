@@ -325,9 +325,9 @@ void WorkerPool::bury(Worker &worker)
     const std::string end = endText(statusOf(worker.process));
     const pid_t process = std::exchange(worker.process, -1);
     const auto job = std::exchange(worker.job, std::nullopt);
-    if (job)
+    if (job && !shared_->stop)
         listener_.failed(*job, ExitCode::NoResult, end, process);
-    else if (!jobs_.empty() && ++idleDeaths_ > kMostIdleDeaths)
+    else if (!job && !jobs_.empty() && ++idleDeaths_ > kMostIdleDeaths)
         throw Failure(ExitCode::NoResult, concat("no process stays alive to work: ", end));
 }
 
