@@ -8,13 +8,17 @@ namespace {
 
 JobOptions jobOptions(const ApplyOptions &options)
 {
-    return {{options.force, options.jpegQuality, options.run.quiet}, {options.mask}, options.run};
+    return {{options.force, options.jpegQuality, options.run.quiet, options.format},
+            {options.mask},
+            options.run,
+            options.dryRun};
 }
 
 void requireOutput(const ApplyOptions &options)
 {
     if (options.output.empty())
         throw Failure(ExitCode::Usage, "no output is given: -o FILE");
+    checkTelling(options.output, options.telling);
 }
 
 } // namespace
@@ -24,19 +28,19 @@ void runApply(std::span<const std::string> words, const ApplyOptions &options)
     const Chain chain = parseChain(words, catalogue::effects());
     requireOutput(options);
     const PictureJob job{chain.input, options.output};
-    checkOutputs(outputsOf(job, chain.steps), options.force);
+    checkOutputs(outputsOf(job, chain.steps), jobOptions(options).output);
     watchInterrupts();
-    runJob(
-        job, [&](void *) { return chain.steps; }, jobOptions(options));
+    runToldJob(
+        job, [&](void *) { return chain.steps; }, jobOptions(options), options.telling);
 }
 
 void runSteps(const std::filesystem::path &input, const StepsFor &stepsFor, const ApplyOptions &options)
 {
     requireOutput(options);
     const PictureJob job{input, options.output};
-    checkOutputs({&job.output, 1}, options.force);
+    checkOutputs({&job.output, 1}, jobOptions(options).output);
     watchInterrupts();
-    runJob(job, stepsFor, jobOptions(options));
+    runToldJob(job, stepsFor, jobOptions(options), options.telling);
 }
 
 } // namespace velmont::cli

@@ -3,7 +3,7 @@
 /// \file
 /// `velmont apply` and its like: one image through a chain of effects into a file.
 
-#include "picture_job.h"
+#include "told_job.h"
 #include <filesystem>
 #include <optional>
 #include <span>
@@ -13,8 +13,11 @@ namespace velmont::cli {
 
 struct ApplyOptions {
     std::filesystem::path output;
-    bool force = false;             ///< replace an output that exists
-    std::optional<int> jpegQuality; ///< 1 to 100
+    bool force = false;               ///< replace an output that exists
+    std::optional<int> jpegQuality;   ///< 1 to 100
+    std::optional<io::Format> format; ///< of the output, whatever its ending says
+    bool dryRun = false;              ///< check everything, run and write nothing
+    TellingOptions telling;
     std::filesystem::path mask; ///< the result counts where it selects, else the image; empty for everywhere
     RunOptions run;
 };

@@ -1,4 +1,5 @@
 #include "command_definitions.h"
+#include "exit_codes.h"
 #include "text.h"
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -9,14 +10,6 @@ namespace velmont::cli {
 
 namespace {
 
-constexpr auto kFooter = R"(Exit codes:
-  0    done
-  2    the command line is wrong: an option, an effect, a field or its value, or the output exists already
-  3    the image cannot be read, or an effect does not take its depth
-  4    the result cannot be written
-  5    an effect gave no result: out of memory, or nothing to do
-  130  aborted with Ctrl-C; nothing is written)";
-
 constexpr auto kApplyFooter =
     R"(EFFECT is a name of "velmont list"; "velmont info EFFECT" shows its fields. "then" joins several effects, which
 run in memory from left to right. Values are whole numbers, numbers, #rrggbb or names. The format of INPUT is told
@@ -24,6 +17,16 @@ by its contents, that of OUTPUT by its ending: .png, .jpg, .jpeg, .jpe, .bmp, .d
 a field or is "then" is given as ./name, and one that starts with a dash as ./-name or behind "--".
 
 )";
+
+std::string exitCodesText()
+{
+    std::string text = "Exit codes:";
+    for (const ExitCodeHelp &exit : kExitCodes) {
+        const std::string code = std::to_string(static_cast<int>(exit.code));
+        text += concat("\n  ", code, std::string(5 - code.size(), ' '), exit.help);
+    }
+    return text;
+}
 
 /// Help with a usage line of its own.
 class Help : public CLI::Formatter {
@@ -51,7 +54,10 @@ CLI::App *addCommand(CLI::App &app, const std::string &name, const std::string &
 /// What all commands that write a picture take.
 void addOutputOptions(CLI::App &command, Request &request)
 {
-    command.add_option("-o,--output", request.output, "The file to write")->type_name("FILE");
+    command.add_option("-o,--output", request.output, "The file to write, or - for standard output")
+        ->type_name("FILE");
+    command.add_option("--format", request.format, "Of the output, whatever its ending says")
+        ->type_name("FORMAT");
     command.add_flag("--force", request.apply.force, "Replace the output if it exists");
     command.add_flag("--convert", request.apply.run.convert,
                      "Convert the image where an effect refuses its depth");
@@ -62,6 +68,9 @@ void addOutputOptions(CLI::App &command, Request &request)
             "Of random effects, 0 to 4294967295, 1 if not given; each effect of a chain takes the next one")
         ->type_name("N");
     command.add_flag("-q,--quiet", request.apply.run.quiet, "No notes and no progress");
+    command.add_flag("--dry-run", request.apply.dryRun, "Check everything and tell what would be done");
+    command.add_flag("--timing", request.apply.telling.timing, "Say how long each step takes");
+    command.add_flag("--json", request.apply.telling.json, "Tell the results as JSON");
 }
 
 /// A command that makes one picture out of another.
@@ -69,7 +78,7 @@ CLI::App *addPictureCommand(CLI::App &app, Request &request, const std::string &
                             const std::string &options, const std::string &help)
 {
     CLI::App *const command = addCommand(app, name, concat("INPUT ", options, " -o OUTPUT"), help);
-    command->footer(kFooter);
+    command->footer(exitCodesText());
     command->add_option("INPUT", request.words, "The image");
     addOutputOptions(*command, request);
     return command;
@@ -168,7 +177,7 @@ void defineCommands(CLI::App &app, Request &request)
     app.require_subcommand(0, 1);
     app.set_help_flag("-h,--help", "Show this help");
     app.set_version_flag("--version", "velmont " VELMONT_VERSION, "Show the version");
-    app.footer(kFooter);
+    app.footer(exitCodesText());
 
     CLI::App *const list = addCommand(app, "list", "[--json]", "Show the effects");
     list->add_flag("--json", request.json, "Everything about them, for programs");
@@ -185,7 +194,7 @@ void defineCommands(CLI::App &app, Request &request)
     CLI::App *const apply = addCommand(
         app, "apply", "EFFECT [field=value ...] [then EFFECT [field=value ...]]... INPUT -o OUTPUT",
         "Run effects on an image");
-    apply->footer(concat(kApplyFooter, kFooter));
+    apply->footer(concat(kApplyFooter, exitCodesText()));
     apply->add_option("words", request.words, "Effects with their fields, and the image");
     addOutputOptions(*apply, request);
     apply->add_option("--mask", request.mask, "Keep the image where this one is not bright")

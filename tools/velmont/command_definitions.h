@@ -23,7 +23,7 @@ struct Request {
     std::string effect;
     std::vector<std::string> words;
     std::string output, mask;
-    std::optional<std::string> quality, seed;
+    std::optional<std::string> quality, format, seed;
     ApplyOptions apply;
     HistogramOptions histogram;
     ResizeRequest resize;

@@ -8,11 +8,12 @@
 #include "list.h"
 #include "nearest_name.h"
 #include "picture_steps.h"
+#include "results.h"
 #include "seed.h"
 #include "text.h"
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <iostream>
+#include <sstream>
 #include <utility>
 #include <vector>
 
@@ -93,7 +94,9 @@ bool parse(CLI::App &app, std::vector<std::string> arguments)
     try {
         app.parse(std::move(arguments));
     } catch (const CLI::Success &success) {
-        app.exit(success);
+        std::ostringstream help;
+        app.exit(success, help);
+        print(help.str());
         return false;
     } catch (const CLI::ExtrasError &) {
         refuseExtra(app);
@@ -103,12 +106,6 @@ bool parse(CLI::App &app, std::vector<std::string> arguments)
         refuse(error.what());
     }
     return true;
-}
-
-void print(const std::string &text)
-{
-    if (!std::cout.write(text.data(), static_cast<std::streamsize>(text.size())).flush())
-        throw Failure(ExitCode::Output, "standard output cannot be written");
 }
 
 int jpegQuality(const std::string &text)
@@ -149,6 +146,8 @@ const ApplyOptions &outputOptions(Request &request)
         request.apply.jpegQuality = jpegQuality(*request.quality);
     if (request.seed)
         request.apply.run.seed = parseSeed(*request.seed);
+    if (request.format)
+        request.apply.format = parseFormat(*request.format);
     return request.apply;
 }
 

@@ -10,7 +10,7 @@ namespace {
 
 int fail(ExitCode code, const char *line)
 {
-    say(line);
+    sayError(line);
     return static_cast<int>(code);
 }
 

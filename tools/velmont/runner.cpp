@@ -3,6 +3,7 @@
 #include "exit_codes.h"
 #include "interrupt.h"
 #include "notes.h"
+#include "stopwatch.h"
 #include "text.h"
 #include <algorithm>
 #include <iterator>
@@ -86,7 +87,10 @@ void Runner::call(const Step &step, const std::string &title)
     StepOperands operands(step, record, picture_.dib.get(), subject());
     progress_.begin(title);
     randomness_.start(index_);
+    const Stopwatch watch;
     void *const result = catalogue::apply(*step.effect, picture_.dib.get(), record);
+    times_.push_back({std::string(step.effect->name), watch.seconds(),
+                      static_cast<uint64_t>(size.first) * static_cast<uint64_t>(size.second)});
     progress_.clear();
     std::ranges::move(operands.takeMade(), std::back_inserter(made_));
     if (result)

@@ -8,6 +8,7 @@
 #include "operand_files.h"
 #include "progress.h"
 #include "seed.h"
+#include "step_time.h"
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -35,6 +36,9 @@ public:
     /// What the effects made besides and a file was named for.
     std::vector<NamedPicture> &made() { return made_; }
 
+    /// How long each effect took.
+    const std::vector<StepTime> &times() const { return times_; }
+
 private:
     void runStep(const Step &step);
     void makeAcceptable(const catalogue::Effect &effect, unsigned depth);
@@ -51,6 +55,7 @@ private:
     Progress progress_;
     Randomness randomness_;
     std::vector<NamedPicture> made_;
+    std::vector<StepTime> times_;
     std::string lastEffect_;
     std::size_t index_ = 0; ///< of the step that runs
     std::string position_;  ///< "2/3 " in front of an effect's name, when there are several

@@ -1,0 +1,15 @@
+#pragma once
+
+/// \file
+/// Reading the image that a command works on.
+
+#include "io/picture.h"
+#include <filesystem>
+
+namespace velmont::cli {
+
+/// Reads an image from a file, or with "-" from standard input; its format is told by its contents.
+/// \throws Failure
+io::Picture readInput(const std::filesystem::path &input);
+
+} // namespace velmont::cli
