@@ -9,7 +9,7 @@ namespace {
 JobOptions jobOptions(const ApplyOptions &options)
 {
     return {{options.force, options.jpegQuality, options.run.quiet, options.format},
-            {options.mask},
+            options.selection,
             options.run,
             options.dryRun};
 }

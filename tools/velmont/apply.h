@@ -18,7 +18,7 @@ struct ApplyOptions {
     std::optional<io::Format> format; ///< of the output, whatever its ending says
     bool dryRun = false;              ///< check everything, run and write nothing
     TellingOptions telling;
-    std::filesystem::path mask; ///< the result counts where it selects, else the image; empty for everywhere
+    SelectionOptions selection;
     RunOptions run;
 };
 

@@ -114,7 +114,7 @@ private:
         if (const catalogue::Operand *const operand = catalogue::findOperand(*step.effect, name))
             return takeFile(step, *operand, value);
         const catalogue::Field &field = requireField(*step.effect, name);
-        storeValue(step.record.bytes.data(), *step.effect, field, value);
+        setField(step, field, value);
     }
 
     static void takeFile(Step &step, const catalogue::Operand &operand, std::string_view file)
@@ -165,6 +165,12 @@ const catalogue::Effect &requireEffect(std::span<const catalogue::Effect> effect
     if (hint.empty())
         hint = looksLikeFile(name) ? "; the effect comes before the image" : "; \"velmont list\" shows all";
     refuse("there is no effect ", inQuotes(name), hint);
+}
+
+void setField(Step &step, const catalogue::Field &field, std::string_view value)
+{
+    storeValue(step.record.bytes.data(), *step.effect, field, value);
+    step.typed.push_back(&field);
 }
 
 bool looksLikeField(std::string_view word)

@@ -30,6 +30,7 @@ struct Step {
     const catalogue::Effect *effect;
     catalogue::Record record;
     std::vector<OperandFile> operands = {}; ///< all that the effect reads, and those of its making to be kept
+    std::vector<const catalogue::Field *> typed = {}; ///< the fields that were given a value
 };
 
 /// Effects in the order in which they run, and the image that they start from.
@@ -41,6 +42,10 @@ struct Chain {
 /// The effect of this name.
 /// \throws Failure with ExitCode::Usage that suggests a near name
 const catalogue::Effect &requireEffect(std::span<const catalogue::Effect> effects, std::string_view name);
+
+/// Gives a field of a step a value.
+/// \throws Failure with ExitCode::Usage as storeValue does
+void setField(Step &step, const catalogue::Field &field, std::string_view value);
 
 /// Whether a word is a field and its value.
 bool looksLikeField(std::string_view word);

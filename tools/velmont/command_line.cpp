@@ -138,10 +138,23 @@ void runHistogram(const Request &request)
     print(histogramText(request.words.front(), request.histogram));
 }
 
+/// \param request its selection is inverted already
+SelectionOptions selectionOptions(const Request &request)
+{
+    SelectionOptions options = request.apply.selection;
+    options.mask = request.mask;
+    for (const std::string &place : request.places)
+        options.places.push_back(parsePlace(place));
+    if (request.feather)
+        options.feather = parseFeather(*request.feather);
+    checkSelection(options);
+    return options;
+}
+
 const ApplyOptions &outputOptions(Request &request)
 {
     request.apply.output = request.output;
-    request.apply.mask = request.mask;
+    request.apply.selection = selectionOptions(request);
     if (request.quality)
         request.apply.jpegQuality = jpegQuality(*request.quality);
     if (request.seed)

@@ -59,11 +59,6 @@ void setThreshold(Step &step)
 
 } // namespace
 
-bool isConversion(const Effect &effect)
-{
-    return conversionNamed(effect.name) != nullptr;
-}
-
 bool isNeedless(const Effect &effect, unsigned depth)
 {
     const Conversion *const conversion = conversionNamed(effect.name);

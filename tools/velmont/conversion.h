@@ -9,9 +9,6 @@
 
 namespace velmont::cli {
 
-/// Whether an effect does nothing but change the depth: every pixel stays where it is.
-bool isConversion(const catalogue::Effect &effect);
-
 /// Whether an effect is the conversion to the depth that the image has already.
 bool isNeedless(const catalogue::Effect &effect, unsigned depth);
 
