@@ -21,11 +21,22 @@ void requireOutput(const ApplyOptions &options)
     checkTelling(options.output, options.telling);
 }
 
+/// The effects of a recipe and the image of the words, or both of the words.
+Chain chainOf(std::span<const std::string> words, const ApplyOptions &options)
+{
+    if (options.recipe.empty())
+        return parseChain(words, catalogue::effects());
+    requireImages(words, catalogue::effects());
+    if (words.size() != 1 || words.front().empty())
+        throw Failure(ExitCode::Usage, "apply --recipe needs one image");
+    return {options.recipe, words.front()};
+}
+
 } // namespace
 
 void runApply(std::span<const std::string> words, const ApplyOptions &options)
 {
-    const Chain chain = parseChain(words, catalogue::effects());
+    const Chain chain = chainOf(words, options);
     requireOutput(options);
     const PictureJob job{chain.input, options.output};
     checkOutputs(outputsOf(job, chain.steps), jobOptions(options).output);

@@ -8,6 +8,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace velmont::cli {
 
@@ -20,10 +21,11 @@ struct ApplyOptions {
     TellingOptions telling;
     std::filesystem::path mask; ///< the result counts where it selects, else the image; empty for everywhere
     RunOptions run;
+    std::vector<Step> recipe; ///< the effects, where words are images only; empty where words bring them
 };
 
 /// Reads, runs and writes; the output appears whole or not at all.
-/// \param words the chain
+/// \param words the chain, or with a recipe the image
 /// \throws Failure
 void runApply(std::span<const std::string> words, const ApplyOptions &options);
 

@@ -166,6 +166,19 @@ void definePictureCommands(CLI::App &app, Request &request)
 
 } // namespace
 
+void defineRecipeCommand(CLI::App &app, Request &request)
+{
+    CLI::App *const recipe =
+        addCommand(app, "recipe", "--show EFFECT ... | --show FILE | --command FILE | --check FILE",
+                   "Turn effects into a recipe, a file for apply --recipe");
+    recipe->add_option("words", request.words, "Effects with their fields, or a recipe");
+    recipe->add_flag("--show", request.recipe.show, "Print the recipe with every field");
+    recipe->add_flag("--command", request.recipe.command, "Print the command that does the same");
+    recipe->add_flag("--check", request.recipe.check, "Say what is wrong with a recipe, if anything");
+    recipe->add_flag("--convert", request.recipe.convert, "As apply takes it, for the recipe");
+    recipe->add_option("--mask", request.recipe.mask, "As apply takes it, for the recipe")->type_name("FILE");
+}
+
 void defineCommands(CLI::App &app, Request &request)
 {
     app.formatter(std::make_shared<Help>("velmont COMMAND ..."));
@@ -194,6 +207,9 @@ void defineCommands(CLI::App &app, Request &request)
     addOutputOptions(*apply, request);
     apply->add_option("--mask", request.mask, "Keep the image where this one is not bright")
         ->type_name("FILE");
+    apply->add_option("--recipe", request.recipeFile, "Take the effects from a recipe; words are images")
+        ->type_name("FILE");
+    defineRecipeCommand(app, request);
     definePictureCommands(app, request);
     definePaintingCommands(app, request);
 }

@@ -8,6 +8,7 @@
 #include "list.h"
 #include "nearest_name.h"
 #include "picture_steps.h"
+#include "recipe.h"
 #include "results.h"
 #include "text.h"
 #include <CLI/CLI.hpp>
@@ -148,8 +149,29 @@ const ApplyOptions &outputOptions(Request &request)
     return request.apply;
 }
 
+/// What a recipe says holds where the command line says nothing.
+void takeOptions(Request &request, const RecipeOptions &options)
+{
+    if (options.seed || options.select || options.feather)
+        refuse("--recipe: this program knows neither seed, select nor feather");
+    request.apply.run.convert |= options.convert;
+    if (request.mask.empty())
+        request.mask = options.mask.string();
+}
+
+void takeRecipe(Request &request, const std::string &file)
+{
+    if (file.empty() || file == "-")
+        refuse("--recipe needs the name of a file");
+    Recipe recipe = readRecipe(file, catalogue::effects());
+    takeOptions(request, recipe.options);
+    request.apply.recipe = std::move(recipe.steps);
+}
+
 void runApply(Request &request)
 {
+    if (request.recipeFile)
+        takeRecipe(request, *request.recipeFile);
     runApply(request.words, outputOptions(request));
 }
 
@@ -208,8 +230,11 @@ void runCommandLine(std::span<char *const> arguments)
         runList(request);
     else if (app.got_subcommand("histogram"))
         runHistogram(request);
+    else if (app.got_subcommand("recipe"))
+        print(recipeAnswer(request.words, request.recipe));
     else if (!runPictureCommand(app, request))
-        refuse("usage: velmont list | info EFFECT | apply EFFECT ... INPUT -o OUTPUT | histogram INPUT | "
+        refuse("usage: velmont list | info EFFECT | recipe | apply EFFECT ... INPUT -o OUTPUT | histogram "
+               "INPUT | "
                "resize | crop | rotate | select | fill | gradient | shadow | stamp INPUT ... -o OUTPUT; "
                "\"velmont --help\" says more");
 }
