@@ -7,8 +7,10 @@
 #include "text.h"
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <string>
 #include <system_error>
+#include <unistd.h>
 #include <vector>
 
 namespace velmont::cli {
@@ -35,24 +37,6 @@ template <typename... Pieces>
 [[noreturn]] void refuse(ExitCode code, const Pieces &...pieces)
 {
     throw Failure(code, concat(pieces...));
-}
-
-io::Format outputFormat(const fs::path &output, const OutputOptions &options)
-{
-    if (options.format)
-        return *options.format;
-    if (isStandardStream(output))
-        refuse(ExitCode::Usage, "-o - needs --format FORMAT: ", formatWords());
-    const auto format = io::formatOfName(output);
-    if (!format)
-        refuse(ExitCode::Usage, output.string(),
-               ": the ending names no format: use .png, .jpg, .jpeg, .jpe, .bmp or .dib, or --format");
-    return *format;
-}
-
-std::string outputName(const fs::path &output)
-{
-    return isStandardStream(output) ? "standard output" : output.string();
 }
 
 /// What can be known about a file to be written before any work is done.
@@ -104,6 +88,34 @@ void writeBytes(std::span<const uint8_t> bytes, const fs::path &output, const Ou
 }
 
 } // namespace
+
+io::Format outputFormat(const fs::path &output, const OutputOptions &options)
+{
+    if (options.format)
+        return *options.format;
+    if (isStandardStream(output))
+        refuse(ExitCode::Usage, "-o - needs --format FORMAT: ", formatWords());
+    const auto format = io::formatOfName(output);
+    if (!format)
+        refuse(ExitCode::Usage, output.string(),
+               ": the ending names no format: use .png, .jpg, .jpeg, .jpe, .bmp or .dib, or --format");
+    return *format;
+}
+
+std::string outputName(const fs::path &output)
+{
+    return isStandardStream(output) ? "standard output" : output.string();
+}
+
+void checkWritable(const fs::path &output)
+{
+    if (isStandardStream(output))
+        return;
+    const fs::path folder = output.has_parent_path() ? output.parent_path() : ".";
+    if (access(folder.c_str(), W_OK | X_OK) != 0)
+        refuse(ExitCode::Output, output.string(), ": cannot write into the folder ", folder.string(), ": ",
+               std::error_code(errno, std::generic_category()).message());
+}
 
 OutputOptions besides(const OutputOptions &options)
 {

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace velmont::cli {
@@ -30,6 +31,17 @@ io::Format parseFormat(std::string_view word);
 /// \param outputs the result first, for which alone `options.format` holds and which may be "-"
 /// \throws Failure
 void checkOutputs(std::span<const std::filesystem::path> outputs, const OutputOptions &options);
+
+/// Refuses a file whose folder cannot be written into, as the writing itself would.
+/// \throws Failure
+void checkWritable(const std::filesystem::path &output);
+
+/// The format that an output is written in.
+/// \throws Failure with ExitCode::Usage where nothing names one
+io::Format outputFormat(const std::filesystem::path &output, const OutputOptions &options);
+
+/// What an output is called in messages: "standard output" or the file's name.
+std::string outputName(const std::filesystem::path &output);
 
 /// Writes a picture whole or not at all, in the format that is asked for, else in that of the file's ending; "-" is
 /// standard output. What the format cannot keep is dropped, and that is said.

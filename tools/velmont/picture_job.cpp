@@ -1,4 +1,5 @@
 #include "picture_job.h"
+#include "dry_run.h"
 #include "input_file.h"
 #include "kept_notes.h"
 #include "standard_streams.h"
@@ -67,7 +68,10 @@ JobReport runJob(const PictureJob &job, const StepsFor &stepsFor, const JobOptio
     report.before = report.after = shapeOf(picture.dib.get());
     const std::vector<Step> steps = stepsFor(picture.dib.get());
     checkOutputs(outputsOf(job, steps), options.output);
-    runSteps(picture, steps, options, report);
+    if (options.dryRun)
+        planSteps(picture, steps, options, report);
+    else
+        runSteps(picture, steps, options, report);
     report.notes = notes.lines();
     report.seconds = watch.seconds();
     return report;

@@ -48,6 +48,9 @@ Recipe readRecipe(const std::filesystem::path &file, const std::filesystem::path
 /// \throws Failure with ExitCode::Usage for a file whose name is not UTF-8
 std::string recipeText(const Recipe &recipe);
 
+/// A step as it is typed for a shell: the effect, the fields that are not at their defaults, the files.
+std::string stepWords(const Step &step);
+
 /// The command that does what the recipe does, for a shell; fields at their defaults are left out.
 std::string recipeCommand(const Recipe &recipe);
 

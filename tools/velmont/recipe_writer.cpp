@@ -113,20 +113,6 @@ std::string quoted(const std::string &word)
     return text += '\'';
 }
 
-std::string stepWords(const Step &step)
-{
-    const Step plain{step.effect, catalogue::defaultRecord(*step.effect)};
-    std::string words(step.effect->name);
-    for (const Field &field : step.effect->fields) {
-        const std::string text = typedField(step, field);
-        if (text != typedField(plain, field))
-            words += concat(" ", quoted(concat(field.name, "=", text)));
-    }
-    for (const OperandFile &given : step.operands)
-        words += concat(" ", quoted(concat(given.operand->name, "=", given.file.string())));
-    return words;
-}
-
 std::string optionWords(const RecipeOptions &options)
 {
     std::string words = options.convert ? " --convert" : "";
@@ -145,6 +131,20 @@ std::string optionWords(const RecipeOptions &options)
 }
 
 } // namespace
+
+std::string stepWords(const Step &step)
+{
+    const Step plain{step.effect, catalogue::defaultRecord(*step.effect)};
+    std::string words(step.effect->name);
+    for (const Field &field : step.effect->fields) {
+        const std::string text = typedField(step, field);
+        if (text != typedField(plain, field))
+            words += concat(" ", quoted(concat(field.name, "=", text)));
+    }
+    for (const OperandFile &given : step.operands)
+        words += concat(" ", quoted(concat(given.operand->name, "=", given.file.string())));
+    return words;
+}
 
 std::string recipeText(const Recipe &recipe)
 {

@@ -23,12 +23,6 @@ std::pair<int, int> sizeOf(void *dib)
     return size;
 }
 
-std::string depthText(unsigned depth)
-{
-    return depth == 0 ? "of an unknown depth"
-                      : std::string(catalogue::depthName(static_cast<catalogue::Depth>(depth)));
-}
-
 /// Whether an effect puts pixels elsewhere, so that alpha beside the picture would belong to others.
 bool movesPixels(const Effect &effect)
 {
@@ -71,7 +65,7 @@ void Runner::makeAcceptable(const Effect &effect, unsigned depth)
 {
     const std::vector<Step> conversion = conversionFor(effect, depth);
     if (!options_.convert || conversion.empty())
-        refuse(effect, depth);
+        refuseDepth(effect, depth, subject());
     note(concat(effect.name, ": ", subject(), " is ", depthText(depth), "; converted first with ",
                 inQuotes(stepNames(conversion))));
     for (const Step &step : conversion)
@@ -114,21 +108,6 @@ void Runner::reviewAlpha(const Effect &effect, bool sizeChanged)
     picture_.alpha.clear();
     note(concat(name_, ": alpha is dropped: ", effect.name,
                 sizeChanged ? " changed the image's size" : " moved the image's pixels"));
-}
-
-void Runner::refuse(const Effect &effect, unsigned depth) const
-{
-    const std::vector<Step> conversion = conversionFor(effect, depth);
-    const bool needless = isNeedless(effect, depth);
-    std::string advice =
-        concat("convert it first with ", inQuotes(stepNames(conversion) + " then ..."), " or pass --convert");
-    if (needless)
-        advice = "leave it out or pass --convert";
-    else if (conversion.empty())
-        advice = "no effect converts it";
-    throw Failure(ExitCode::Input, concat(effect.name, ": ", subject(), " is ", depthText(depth),
-                                          needless ? " already; " : "; ", effect.name, " takes ",
-                                          catalogue::depthNames(effect.depths), "; ", advice));
 }
 
 std::string Runner::subject() const

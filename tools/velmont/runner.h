@@ -43,7 +43,6 @@ private:
     void call(const Step &step, const std::string &title);
     void replaceDib(void *result);
     void reviewAlpha(const catalogue::Effect &effect, bool sizeChanged);
-    [[noreturn]] void refuse(const catalogue::Effect &effect, unsigned depth) const;
     std::string subject() const;
     void note(const std::string &line) const;
 
