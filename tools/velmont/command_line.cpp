@@ -10,6 +10,7 @@
 #include "picture_steps.h"
 #include "recipe.h"
 #include "results.h"
+#include "seed.h"
 #include "text.h"
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -144,6 +145,8 @@ const ApplyOptions &outputOptions(Request &request)
     request.apply.mask = request.mask;
     if (request.quality)
         request.apply.jpegQuality = jpegQuality(*request.quality);
+    if (request.seed)
+        request.apply.run.seed = parseSeed(*request.seed);
     if (request.format)
         request.apply.format = parseFormat(*request.format);
     return request.apply;

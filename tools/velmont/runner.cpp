@@ -32,16 +32,17 @@ bool movesPixels(const Effect &effect)
 } // namespace
 
 Runner::Runner(io::Picture &picture, std::string name, RunOptions options)
-    : picture_(picture), name_(std::move(name)), options_(options), progress_(!options.quiet)
+    : picture_(picture), name_(std::move(name)), options_(options), progress_(!options.quiet),
+      randomness_(options.seed)
 {
 }
 
 void Runner::run(const std::vector<Step> &steps)
 {
-    for (std::size_t i = 0; i < steps.size(); ++i) {
+    for (index_ = 0; index_ < steps.size(); ++index_) {
         if (steps.size() > 1)
-            position_ = concat(std::to_string(i + 1), "/", std::to_string(steps.size()), " ");
-        runStep(steps[i]);
+            position_ = concat(std::to_string(index_ + 1), "/", std::to_string(steps.size()), " ");
+        runStep(steps[index_]);
     }
     stopIfInterrupted();
 }
@@ -79,6 +80,7 @@ void Runner::call(const Step &step, const std::string &title)
     catalogue::Record record = step.record;
     StepOperands operands(step, record, picture_.dib.get(), subject());
     progress_.begin(title);
+    randomness_.start(index_);
     const Stopwatch watch;
     void *const result = catalogue::apply(*step.effect, picture_.dib.get(), record);
     times_.push_back({std::string(step.effect->name), watch.seconds(),
