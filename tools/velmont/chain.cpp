@@ -80,8 +80,9 @@ public:
             refuse("apply needs an effect and an image");
         if (effectIsNext_)
             refuse("\"then\" at the end needs an effect after it");
-        if (chain_.input.empty())
+        if (chain_.inputs.empty())
             refuse("no image is given");
+        requireNoEffects();
         endStep();
         return std::move(chain_);
     }
@@ -128,10 +129,19 @@ private:
     {
         if (word.empty())
             refuse("an image's name is empty");
-        if (!chain_.input.empty())
-            refuse("two images are given, ", inQuotes(chain_.input.string()), " and ", inQuotes(word),
-                   (isEffect(word) ? "; effects are joined by \"then\"" : ""));
-        chain_.input = word;
+        chain_.inputs.emplace_back(word);
+    }
+
+    /// Among several images an effect's name tells of a "then" that was left out.
+    void requireNoEffects() const
+    {
+        const auto named = std::ranges::find_if(
+            chain_.inputs, [&](const std::filesystem::path &input) { return isEffect(input.native()); });
+        if (chain_.inputs.size() > 1 && named != chain_.inputs.end())
+            refuse(inQuotes(named->native()),
+                   " is an effect, and effects are joined by \"then\"; an image of this "
+                   "name is given as ./",
+                   named->native());
     }
 
     bool isEffect(std::string_view word) const

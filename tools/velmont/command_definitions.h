@@ -23,7 +23,7 @@ struct Request {
     std::string effect;
     std::vector<std::string> words;
     std::string output, mask;
-    std::optional<std::string> quality, format;
+    std::optional<std::string> quality, format, workers;
     ApplyOptions apply;
     HistogramOptions histogram;
     ResizeRequest resize;

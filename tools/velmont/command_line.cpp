@@ -145,6 +145,8 @@ const ApplyOptions &outputOptions(Request &request)
         request.apply.jpegQuality = jpegQuality(*request.quality);
     if (request.format)
         request.apply.format = parseFormat(*request.format);
+    if (request.workers)
+        request.apply.batch.workers = parseWorkers(*request.workers);
     return request.apply;
 }
 
@@ -170,17 +172,27 @@ constexpr PictureCommand kPictureCommands[] = {
     {"stamp", [](const Request &r, void *dib) { return stampSteps(r.stamp, dib); }},
 };
 
+/// Files beside the image that were named.
+void addBeside(std::vector<std::filesystem::path> &files,
+               std::initializer_list<std::optional<std::string>> names)
+{
+    for (const std::optional<std::string> &name : names)
+        if (name)
+            files.emplace_back(*name);
+}
+
 /// \return false when none of these commands was given
 bool runPictureCommand(const CLI::App &app, Request &request)
 {
     for (const PictureCommand &command : kPictureCommands) {
         if (!app.got_subcommand(command.name))
             continue;
-        if (request.words.size() != 1)
-            refuse(command.name, " needs one image");
-        runSteps(
-            request.words.front(), [&](void *dib) { return command.steps(request, dib); },
-            outputOptions(request));
+        if (request.words.empty())
+            refuse(command.name, " needs an image");
+        Task task{[&](void *dib) { return command.steps(request, dib); }, 1, command.name, {}, {}};
+        addBeside(task.made, {request.shadow.newMask});
+        addBeside(task.read, {request.shadow.mask, request.fill.mask, request.stamp.stamp});
+        runTask({request.words.begin(), request.words.end()}, std::move(task), outputOptions(request));
         return true;
     }
     return false;
