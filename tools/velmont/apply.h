@@ -1,9 +1,9 @@
 #pragma once
 
 /// \file
-/// `velmont apply` and its like: one image through a chain of effects into a file.
+/// `velmont apply` and its like: one image through a chain of effects into a file, or several into a folder.
 
-#include "told_job.h"
+#include "batch.h"
 #include <filesystem>
 #include <optional>
 #include <span>
@@ -13,7 +13,7 @@
 namespace velmont::cli {
 
 struct ApplyOptions {
-    std::filesystem::path output;
+    std::filesystem::path output;     ///< a file, or a folder
     bool force = false;               ///< replace an output that exists
     std::optional<int> jpegQuality;   ///< 1 to 100
     std::optional<io::Format> format; ///< of the output, whatever its ending says
@@ -21,15 +21,16 @@ struct ApplyOptions {
     TellingOptions telling;
     std::filesystem::path mask; ///< the result counts where it selects, else the image; empty for everywhere
     RunOptions run;
+    BatchOptions batch;
     std::vector<Step> recipe; ///< the effects, where words are images only; empty where words bring them
 };
 
-/// Reads, runs and writes; the output appears whole or not at all.
-/// \param words the chain, or with a recipe the image
+/// Reads, runs and writes; every output appears whole or not at all.
+/// \param words the chain, or with a recipe the images
 /// \throws Failure
 void runApply(std::span<const std::string> words, const ApplyOptions &options);
 
 /// The same with steps that depend on the picture.
-void runSteps(const std::filesystem::path &input, const StepsFor &stepsFor, const ApplyOptions &options);
+void runTask(const std::vector<std::filesystem::path> &inputs, Task task, const ApplyOptions &options);
 
 } // namespace velmont::cli

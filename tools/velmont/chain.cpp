@@ -70,8 +70,9 @@ public:
         if (chain_.steps.empty())
             refuse("apply needs an effect and an image");
         requireEnd();
-        if (chain_.input.empty())
+        if (chain_.inputs.empty())
             refuse("no image is given");
+        requireNoEffects();
         endStep();
         return std::move(chain_);
     }
@@ -81,8 +82,8 @@ public:
         if (chain_.steps.empty())
             refuse("no effect is given");
         requireEnd();
-        if (!chain_.input.empty())
-            refuse("unexpected word ", inQuotes(chain_.input.string()),
+        if (!chain_.inputs.empty())
+            refuse("unexpected word ", inQuotes(chain_.inputs.front().string()),
                    ": effects and their fields are expected");
         endStep();
         return std::move(chain_.steps);
@@ -137,10 +138,19 @@ private:
     {
         if (word.empty())
             refuse("an image's name is empty");
-        if (!chain_.input.empty())
-            refuse("two images are given, ", inQuotes(chain_.input.string()), " and ", inQuotes(word),
-                   (isEffect(word) ? "; effects are joined by \"then\"" : ""));
-        chain_.input = word;
+        chain_.inputs.emplace_back(word);
+    }
+
+    /// Among several images an effect's name tells of a "then" that was left out.
+    void requireNoEffects() const
+    {
+        const auto named = std::ranges::find_if(
+            chain_.inputs, [&](const std::filesystem::path &input) { return isEffect(input.native()); });
+        if (chain_.inputs.size() > 1 && named != chain_.inputs.end())
+            refuse(inQuotes(named->native()),
+                   " is an effect, and effects are joined by \"then\"; an image of this "
+                   "name is given as ./",
+                   named->native());
     }
 
     bool isEffect(std::string_view word) const
@@ -205,14 +215,20 @@ Chain parseChain(std::span<const std::string> words, std::span<const catalogue::
     return parser.finish();
 }
 
-void requireImages(std::span<const std::string> words, std::span<const catalogue::Effect> effects)
+std::vector<std::filesystem::path> parseImages(std::span<const std::string> words,
+                                               std::span<const catalogue::Effect> effects)
 {
     for (const std::string &word : words) {
         const bool isEffect = std::ranges::find(effects, word, &catalogue::Effect::name) != effects.end();
         if (isEffect || word == kThen || looksLikeField(word))
             refuse("--recipe brings the effects, ", inQuotes(word),
                    " is one word too many; an image of that name is given as ./", word);
+        if (word.empty())
+            refuse("an image's name is empty");
     }
+    if (words.empty())
+        refuse("no image is given");
+    return {words.begin(), words.end()};
 }
 
 std::vector<Step> parseSteps(std::span<const std::string> words, std::span<const catalogue::Effect> effects)

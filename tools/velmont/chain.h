@@ -1,12 +1,12 @@
 #pragma once
 
 /// \file
-/// The words of `velmont apply`: effects with their fields, joined by `then`, and one image.
+/// The words of `velmont apply`: effects with their fields, joined by `then`, and images.
 ///
 ///     chain  = effect, { word }, { "then", effect, { word } }
 ///     word   = name "=" value          a field of the effect before it, or a picture beside the image, of
 ///                                      which the value is the file; name is a letter, then letters and digits
-///            | anything else           the image, once
+///            | anything else           an image; one at least
 ///
 /// An image whose own name looks like a field, or is `then`, can be given with a folder: ./name.
 
@@ -32,10 +32,10 @@ struct Step {
     std::vector<OperandFile> operands = {}; ///< all that the effect reads, and those of its making to be kept
 };
 
-/// Effects in the order in which they run, and the image that they start from.
+/// Effects in the order in which they run, and the images that each start from.
 struct Chain {
     std::vector<Step> steps;
-    std::filesystem::path input;
+    std::vector<std::filesystem::path> inputs;
 };
 
 /// The effect of this name.
@@ -62,9 +62,10 @@ bool looksLikeField(std::string_view word);
 /// \throws Failure with ExitCode::Usage that names what is wrong
 Chain parseChain(std::span<const std::string> words, std::span<const catalogue::Effect> effects);
 
-/// Refuses words that are effects or belong to one, where a recipe brings the effects and all words are images.
+/// The images that words name where a recipe brings the effects. Words that are effects or belong to one are refused.
 /// \throws Failure with ExitCode::Usage
-void requireImages(std::span<const std::string> words, std::span<const catalogue::Effect> effects);
+std::vector<std::filesystem::path> parseImages(std::span<const std::string> words,
+                                               std::span<const catalogue::Effect> effects);
 
 /// Understands words that bring no image.
 /// \throws Failure with ExitCode::Usage that names what is wrong

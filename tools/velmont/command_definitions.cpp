@@ -54,10 +54,19 @@ CLI::App *addCommand(CLI::App &app, const std::string &name, const std::string &
 /// What all commands that write a picture take.
 void addOutputOptions(CLI::App &command, Request &request)
 {
-    command.add_option("-o,--output", request.output, "The file to write, or - for standard output")
+    command
+        .add_option("-o,--output", request.output,
+                    "The file or the folder to write, or - for standard output")
         ->type_name("FILE");
     command.add_option("--format", request.format, "Of the output, whatever its ending says")
         ->type_name("FORMAT");
+    command
+        .add_option("--name", request.apply.batch.name,
+                    "Of results in a folder, with {stem} {ext} {n} {effect}")
+        ->type_name("PATTERN");
+    command
+        .add_option("--jobs", request.workers, "Images to work on at a time; else as cores and memory allow")
+        ->type_name("N");
     command.add_flag("--force", request.apply.force, "Replace the output if it exists");
     command.add_flag("--convert", request.apply.run.convert,
                      "Convert the image where an effect refuses its depth");
@@ -77,9 +86,9 @@ void addOutputOptions(CLI::App &command, Request &request)
 CLI::App *addPictureCommand(CLI::App &app, Request &request, const std::string &name,
                             const std::string &options, const std::string &help)
 {
-    CLI::App *const command = addCommand(app, name, concat("INPUT ", options, " -o OUTPUT"), help);
+    CLI::App *const command = addCommand(app, name, concat("INPUT... ", options, " -o OUTPUT"), help);
     command->footer(exitCodesText());
-    command->add_option("INPUT", request.words, "The image");
+    command->add_option("INPUT", request.words, "The images, or folders of them");
     addOutputOptions(*command, request);
     return command;
 }
@@ -205,10 +214,10 @@ void defineCommands(CLI::App &app, Request &request)
     histogram->add_flag("--convert", request.histogram.convert, "Count the colours of a palette");
 
     CLI::App *const apply = addCommand(
-        app, "apply", "EFFECT [field=value ...] [then EFFECT [field=value ...]]... INPUT -o OUTPUT",
-        "Run effects on an image");
+        app, "apply", "EFFECT [field=value ...] [then EFFECT [field=value ...]]... INPUT... -o OUTPUT",
+        "Run effects on images");
     apply->footer(concat(kApplyFooter, exitCodesText()));
-    apply->add_option("words", request.words, "Effects with their fields, and the image");
+    apply->add_option("words", request.words, "Effects with their fields, and the images");
     addOutputOptions(*apply, request);
     apply->add_option("--mask", request.mask, "Keep the image where this one is not bright")
         ->type_name("FILE");

@@ -149,14 +149,18 @@ const ApplyOptions &outputOptions(Request &request)
         request.apply.run.seed = parseSeed(*request.seed);
     if (request.format)
         request.apply.format = parseFormat(*request.format);
+    if (request.workers)
+        request.apply.batch.workers = parseWorkers(*request.workers);
     return request.apply;
 }
 
 /// What a recipe says holds where the command line says nothing.
 void takeOptions(Request &request, const RecipeOptions &options)
 {
-    if (options.seed || options.select || options.feather)
-        refuse("--recipe: this program knows neither seed, select nor feather");
+    if (options.select || options.feather)
+        refuse("--recipe: this program knows neither select nor feather");
+    if (!request.seed)
+        request.seed = options.seed;
     request.apply.run.convert |= options.convert;
     if (request.mask.empty())
         request.mask = options.mask.string();
@@ -195,17 +199,27 @@ constexpr PictureCommand kPictureCommands[] = {
     {"stamp", [](const Request &r, void *dib) { return stampSteps(r.stamp, dib); }},
 };
 
+/// Files beside the image that were named.
+void addBeside(std::vector<std::filesystem::path> &files,
+               std::initializer_list<std::optional<std::string>> names)
+{
+    for (const std::optional<std::string> &name : names)
+        if (name)
+            files.emplace_back(*name);
+}
+
 /// \return false when none of these commands was given
 bool runPictureCommand(const CLI::App &app, Request &request)
 {
     for (const PictureCommand &command : kPictureCommands) {
         if (!app.got_subcommand(command.name))
             continue;
-        if (request.words.size() != 1)
-            refuse(command.name, " needs one image");
-        runSteps(
-            request.words.front(), [&](void *dib) { return command.steps(request, dib); },
-            outputOptions(request));
+        if (request.words.empty())
+            refuse(command.name, " needs an image");
+        Task task{[&](void *dib) { return command.steps(request, dib); }, 1, command.name, {}, {}};
+        addBeside(task.made, {request.shadow.newMask});
+        addBeside(task.read, {request.shadow.mask, request.fill.mask, request.stamp.stamp});
+        runTask({request.words.begin(), request.words.end()}, std::move(task), outputOptions(request));
         return true;
     }
     return false;

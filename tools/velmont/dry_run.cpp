@@ -30,7 +30,7 @@ public:
         takeOperands(step);
         add("run ", stepWords(step), depth_ == 0 ? ", if it takes what came before" : "");
         depth_ = resultDepth(effect, depth_);
-        sizeKnown_ = sizeKnown_ && keepsSize(effect);
+        sizeKnown_ = sizeKnown_ && !effect.resizes;
         lastEffect_ = effect.name;
     }
 
@@ -116,11 +116,6 @@ private:
 };
 
 } // namespace
-
-bool keepsSize(const Effect &effect)
-{
-    return isConversion(effect) || (effect.family != Family::Geometry && effect.family != Family::Masks);
-}
 
 unsigned resultDepth(const Effect &effect, unsigned depth)
 {

@@ -7,8 +7,6 @@
 
 namespace velmont::cli {
 
-/// Whether an effect leaves an image's size as it is, whatever its fields say.
-bool keepsSize(const catalogue::Effect &effect);
 /// The depth of an effect's result; 0 when that shows only in running it.
 /// \param depth of the image, one that the effect accepts; 0 for unknown
 unsigned resultDepth(const catalogue::Effect &effect, unsigned depth);
