@@ -25,7 +25,7 @@ io::Format outputFormat(const fs::path &output)
     if (!format)
         throw Failure(ExitCode::Usage, output.string() +
                                            ": the ending names no format: use .png, .jpg, .jpeg, "
-                                           ".jpe, .bmp or .dib");
+                                           ".jpe, .bmp, .dib, .tif, .tiff or .webp");
     return *format;
 }
 
@@ -82,14 +82,14 @@ void fitToFormat(io::Picture &picture, const fs::path &output, const ApplyOption
         if (!options.run.quiet)
             say(concat(output.string(), ": alpha is dropped: ", name, " has none"));
     }
-    if (options.jpegQuality && format != io::Format::Jpeg && !options.run.quiet)
+    if (options.jpegQuality && !io::hasQuality(format) && !options.run.quiet)
         say(concat(output.string(), ": --quality means nothing to ", name));
 }
 
 void writeOutput(const io::Picture &picture, const fs::path &output, const ApplyOptions &options)
 {
     io::EncodeOptions encodeOptions;
-    encodeOptions.jpegQuality = options.jpegQuality.value_or(encodeOptions.jpegQuality);
+    encodeOptions.quality = options.jpegQuality;
     try {
         const std::vector<uint8_t> bytes = io::encode(picture, outputFormat(output), encodeOptions);
         stopIfInterrupted();
