@@ -11,9 +11,10 @@ namespace {
 
 JobOptions jobOptions(const ApplyOptions &options)
 {
-    return {{options.force, options.jpegQuality, options.run.quiet, options.format},
+    return {{options.force, options.jpegQuality, options.run.quiet, options.format, options.strip},
             {options.mask},
             options.run,
+            options.decode,
             options.dryRun};
 }
 

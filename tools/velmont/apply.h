@@ -17,7 +17,9 @@ struct ApplyOptions {
     bool force = false;               ///< replace an output that exists
     std::optional<int> jpegQuality;   ///< 1 to 100
     std::optional<io::Format> format; ///< of the output, whatever its ending says
-    bool dryRun = false;              ///< check everything, run and write nothing
+    bool strip = false;               ///< write neither a colour profile nor notes of the camera
+    io::DecodeOptions decode;
+    bool dryRun = false; ///< check everything, run and write nothing
     TellingOptions telling;
     std::filesystem::path mask; ///< the result counts where it selects, else the image; empty for everywhere
     RunOptions run;

@@ -70,13 +70,16 @@ void addOutputOptions(CLI::App &command, Request &request)
     command.add_flag("--force", request.apply.force, "Replace the output if it exists");
     command.add_flag("--convert", request.apply.run.convert,
                      "Convert the image where an effect refuses its depth");
-    command.add_option("--quality", request.quality, "Of a JPEG, 1 to 100")->type_name("N");
+    command.add_option("--quality", request.quality, "Of a JPEG or WebP, 1 to 100")->type_name("N");
     command
         .add_option(
             "--seed", request.seed,
             "Of random effects, 0 to 4294967295, 1 if not given; each effect of a chain takes the next one")
         ->type_name("N");
     command.add_flag("-q,--quiet", request.apply.run.quiet, "No notes and no progress");
+    command.add_flag("--strip", request.apply.strip, "Drop the colour profile and the notes of the camera");
+    command.add_option("--max-pixels", request.maxPixels, "Refuse larger images; 268435456 if not given")
+        ->type_name("N");
     command.add_flag("--dry-run", request.apply.dryRun, "Check everything and tell what would be done");
     command.add_flag("--timing", request.apply.telling.timing, "Say how long each step takes");
     command.add_flag("--json", request.apply.telling.json, "Tell the results as JSON");

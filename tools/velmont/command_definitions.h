@@ -24,7 +24,7 @@ struct Request {
     std::string effect;
     std::vector<std::string> words;
     std::string output, mask;
-    std::optional<std::string> quality, format, seed, workers, recipeFile;
+    std::optional<std::string> quality, format, seed, workers, recipeFile, maxPixels;
     ApplyOptions apply;
     HistogramOptions histogram;
     RecipeRequest recipe;

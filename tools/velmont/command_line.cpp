@@ -5,6 +5,7 @@
 #include "field_value.h"
 #include "histogram.h"
 #include "info.h"
+#include "input_file.h"
 #include "list.h"
 #include "nearest_name.h"
 #include "picture_steps.h"
@@ -147,6 +148,8 @@ const ApplyOptions &outputOptions(Request &request)
         request.apply.jpegQuality = jpegQuality(*request.quality);
     if (request.seed)
         request.apply.run.seed = parseSeed(*request.seed);
+    if (request.maxPixels)
+        request.apply.decode.maxPixels = parseMostPixels(*request.maxPixels);
     if (request.format)
         request.apply.format = parseFormat(*request.format);
     if (request.workers)

@@ -17,6 +17,7 @@ struct OutputOptions {
     std::optional<int> jpegQuality;   ///< 1 to 100
     bool quiet = false;               ///< no notes
     std::optional<io::Format> format; ///< whatever the ending of the file says; needed for standard output
+    bool strip = false;               ///< neither a colour profile nor notes of the camera
 };
 
 /// What holds for the pictures that are written besides a result: their endings tell their formats.
