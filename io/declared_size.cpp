@@ -61,7 +61,8 @@ std::optional<DeclaredSize> sizeOfWebp(const Head &head)
     if (has(head, 12, "VP8X"))
         return DeclaredSize{littleEndian(part(head, 24, 3)) + 1, littleEndian(part(head, 27, 3)) + 1};
     if (has(head, 12, "VP8 "))
-        return DeclaredSize{littleEndian(part(head, 26, 2)) & 0x3FFF, littleEndian(part(head, 28, 2)) & 0x3FFF};
+        return DeclaredSize{littleEndian(part(head, 26, 2)) & 0x3FFF,
+                            littleEndian(part(head, 28, 2)) & 0x3FFF};
     if (!has(head, 12, "VP8L"))
         return std::nullopt;
     const uint64_t bits = littleEndian(part(head, 21, 4));

@@ -1,33 +1,38 @@
 #pragma once
 
 /// \file
-/// `velmont apply` and its like: one image through a chain of effects into a file.
+/// `velmont apply` and its like: one image through a chain of effects into a file, or several into a folder.
 
-#include "told_job.h"
+#include "batch.h"
 #include <filesystem>
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace velmont::cli {
 
 struct ApplyOptions {
-    std::filesystem::path output;
+    std::filesystem::path output;     ///< a file, or a folder
     bool force = false;               ///< replace an output that exists
     std::optional<int> jpegQuality;   ///< 1 to 100
     std::optional<io::Format> format; ///< of the output, whatever its ending says
-    bool dryRun = false;              ///< check everything, run and write nothing
+    bool strip = false;               ///< write neither a colour profile nor notes of the camera
+    io::DecodeOptions decode;
+    bool dryRun = false; ///< check everything, run and write nothing
     TellingOptions telling;
     SelectionOptions selection;
     RunOptions run;
+    BatchOptions batch;
+    std::vector<Step> recipe; ///< the effects, where words are images only; empty where words bring them
 };
 
-/// Reads, runs and writes; the output appears whole or not at all.
-/// \param words the chain
+/// Reads, runs and writes; every output appears whole or not at all.
+/// \param words the chain, or with a recipe the images
 /// \throws Failure
 void runApply(std::span<const std::string> words, const ApplyOptions &options);
 
 /// The same with steps that depend on the picture.
-void runSteps(const std::filesystem::path &input, const StepsFor &stepsFor, const ApplyOptions &options);
+void runTask(const std::vector<std::filesystem::path> &inputs, Task task, const ApplyOptions &options);
 
 } // namespace velmont::cli

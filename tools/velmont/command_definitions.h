@@ -7,6 +7,7 @@
 #include "apply.h"
 #include "histogram.h"
 #include "picture_steps.h"
+#include "recipe_command.h"
 #include <optional>
 #include <string>
 #include <vector>
@@ -25,9 +26,10 @@ struct Request {
     std::string output, mask;
     std::vector<std::string> places; ///< of --select
     std::optional<std::string> feather;
-    std::optional<std::string> quality, format, seed;
+    std::optional<std::string> quality, format, seed, workers, recipeFile, maxPixels;
     ApplyOptions apply;
     HistogramOptions histogram;
+    RecipeRequest recipe;
     ResizeRequest resize;
     CropRequest crop;
     RotateRequest rotate;

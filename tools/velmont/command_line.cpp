@@ -5,9 +5,11 @@
 #include "field_value.h"
 #include "histogram.h"
 #include "info.h"
+#include "input_file.h"
 #include "list.h"
 #include "nearest_name.h"
 #include "picture_steps.h"
+#include "recipe.h"
 #include "results.h"
 #include "seed.h"
 #include "text.h"
@@ -159,13 +161,42 @@ const ApplyOptions &outputOptions(Request &request)
         request.apply.jpegQuality = jpegQuality(*request.quality);
     if (request.seed)
         request.apply.run.seed = parseSeed(*request.seed);
+    if (request.maxPixels)
+        request.apply.decode.maxPixels = parseMostPixels(*request.maxPixels);
     if (request.format)
         request.apply.format = parseFormat(*request.format);
+    if (request.workers)
+        request.apply.batch.workers = parseWorkers(*request.workers);
     return request.apply;
+}
+
+/// What a recipe says holds where the command line says nothing.
+void takeOptions(Request &request, const RecipeOptions &options)
+{
+    if (!request.seed)
+        request.seed = options.seed;
+    if (request.places.empty() && options.select)
+        request.places.push_back(*options.select);
+    if (!request.feather)
+        request.feather = options.feather;
+    request.apply.run.convert |= options.convert;
+    if (request.mask.empty())
+        request.mask = options.mask.string();
+}
+
+void takeRecipe(Request &request, const std::string &file)
+{
+    if (file.empty() || file == "-")
+        refuse("--recipe needs the name of a file");
+    Recipe recipe = readRecipe(file, catalogue::effects());
+    takeOptions(request, recipe.options);
+    request.apply.recipe = std::move(recipe.steps);
 }
 
 void runApply(Request &request)
 {
+    if (request.recipeFile)
+        takeRecipe(request, *request.recipeFile);
     runApply(request.words, outputOptions(request));
 }
 
@@ -186,17 +217,27 @@ constexpr PictureCommand kPictureCommands[] = {
     {"stamp", [](const Request &r, void *dib) { return stampSteps(r.stamp, dib); }},
 };
 
+/// Files beside the image that were named.
+void addBeside(std::vector<std::filesystem::path> &files,
+               std::initializer_list<std::optional<std::string>> names)
+{
+    for (const std::optional<std::string> &name : names)
+        if (name)
+            files.emplace_back(*name);
+}
+
 /// \return false when none of these commands was given
 bool runPictureCommand(const CLI::App &app, Request &request)
 {
     for (const PictureCommand &command : kPictureCommands) {
         if (!app.got_subcommand(command.name))
             continue;
-        if (request.words.size() != 1)
-            refuse(command.name, " needs one image");
-        runSteps(
-            request.words.front(), [&](void *dib) { return command.steps(request, dib); },
-            outputOptions(request));
+        if (request.words.empty())
+            refuse(command.name, " needs an image");
+        Task task{[&](void *dib) { return command.steps(request, dib); }, 1, command.name, {}, {}};
+        addBeside(task.made, {request.shadow.newMask});
+        addBeside(task.read, {request.shadow.mask, request.fill.mask, request.stamp.stamp});
+        runTask({request.words.begin(), request.words.end()}, std::move(task), outputOptions(request));
         return true;
     }
     return false;
@@ -224,8 +265,11 @@ void runCommandLine(std::span<char *const> arguments)
         runList(request);
     else if (app.got_subcommand("histogram"))
         runHistogram(request);
+    else if (app.got_subcommand("recipe"))
+        print(recipeAnswer(request.words, request.recipe));
     else if (!runPictureCommand(app, request))
-        refuse("usage: velmont list | info EFFECT | apply EFFECT ... INPUT -o OUTPUT | histogram INPUT | "
+        refuse("usage: velmont list | info EFFECT | recipe | apply EFFECT ... INPUT -o OUTPUT | histogram "
+               "INPUT | "
                "resize | crop | rotate | select | fill | gradient | shadow | stamp INPUT ... -o OUTPUT; "
                "\"velmont --help\" says more");
 }

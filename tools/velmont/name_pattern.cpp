@@ -47,7 +47,8 @@ NamePattern::NamePattern(std::string_view text, std::string_view subject)
         if (isBrace && !isDouble) {
             const std::size_t end = text.find('}');
             if (first == '}' || end == std::string_view::npos)
-                refuse(subject, ": a ", first == '}' ? "}" : "{", " has no partner; {{ and }} are plain braces");
+                refuse(subject, ": a ", first == '}' ? "}" : "{",
+                       " has no partner; {{ and }} are plain braces");
             takeField(plain, text.substr(1, end - 1), subject);
             text.remove_prefix(end + 1);
         } else {

@@ -31,7 +31,7 @@ public:
 
 private:
     struct Piece {
-        std::string text;                ///< in front of the field
+        std::string text;               ///< in front of the field
         std::string NameFields::*field; ///< none at the end
     };
 

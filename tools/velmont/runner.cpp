@@ -24,12 +24,6 @@ std::pair<int, int> sizeOf(void *dib)
     return size;
 }
 
-std::string depthText(unsigned depth)
-{
-    return depth == 0 ? "of an unknown depth"
-                      : std::string(catalogue::depthName(static_cast<catalogue::Depth>(depth)));
-}
-
 /// Whether a person chose the colour of what an effect leaves free; a recipe's value may be told by its difference only.
 bool isChosen(const Step &step, const catalogue::Field &field)
 {
@@ -99,7 +93,7 @@ void Runner::makeAcceptable(const Effect &effect, unsigned depth)
 {
     const std::vector<Step> conversion = conversionFor(effect, depth);
     if (!options_.convert || conversion.empty())
-        refuse(effect, depth);
+        refuseDepth(effect, depth, subject());
     note(concat(effect.name, ": ", subject(), " is ", depthText(depth), "; converted first with ",
                 inQuotes(stepNames(conversion))));
     for (const Step &step : conversion)
@@ -170,21 +164,6 @@ std::vector<uint8_t> Runner::movedAlpha(const Step &step, const std::string &tit
     const bool fits = moved && sizeOf(moved.get()) == sizeOf(picture_.dib.get()) &&
                       catalogue::depthOf(moved.get()) == catalogue::Depth8Gray;
     return fits ? levelsOf(moved.get()) : std::vector<uint8_t>();
-}
-
-void Runner::refuse(const Effect &effect, unsigned depth) const
-{
-    const std::vector<Step> conversion = conversionFor(effect, depth);
-    const bool needless = isNeedless(effect, depth);
-    std::string advice =
-        concat("convert it first with ", inQuotes(stepNames(conversion) + " then ..."), " or pass --convert");
-    if (needless)
-        advice = "leave it out or pass --convert";
-    else if (conversion.empty())
-        advice = "no effect converts it";
-    throw Failure(ExitCode::Input, concat(effect.name, ": ", subject(), " is ", depthText(depth),
-                                          needless ? " already; " : "; ", effect.name, " takes ",
-                                          catalogue::depthNames(effect.depths), "; ", advice));
 }
 
 std::string Runner::subject() const

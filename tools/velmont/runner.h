@@ -55,7 +55,6 @@ private:
     void carryAlpha(const Step &step, const std::string &title, std::pair<int, int> sizeBefore);
     std::vector<uint8_t> movedAlpha(const Step &step, const std::string &title,
                                     std::pair<int, int> sizeBefore);
-    [[noreturn]] void refuse(const catalogue::Effect &effect, unsigned depth) const;
     std::string subject() const;
     void note(const std::string &line) const;
 

@@ -77,7 +77,8 @@ std::optional<uint64_t> roomIn(const fs::path &group, const char *limitFile, con
     const auto limit = numberIn(group / limitFile), usage = numberIn(group / usageFile);
     if (!limit || !usage)
         return std::nullopt;
-    const uint64_t used = *usage - std::min(*usage, numberBehind(group / "memory.stat", "inactive_file").value_or(0));
+    const uint64_t used =
+        *usage - std::min(*usage, numberBehind(group / "memory.stat", "inactive_file").value_or(0));
     return *limit - std::min(*limit, used);
 }
 

@@ -138,7 +138,7 @@ int statusOf(pid_t process)
 } // namespace
 
 struct WorkerPool::Shared {
-    std::atomic<bool> stop;                           ///< workers are to end in the middle of their job
+    std::atomic<bool> stop;                              ///< workers are to end in the middle of their job
     std::array<std::atomic<int>, kMostWorkers> progress; ///< as sendProgressTo counts
 };
 
