@@ -93,7 +93,7 @@ void setMagic(Step &step, const std::string &place, const std::string &tolerance
 {
     const TypedPoint at = parsePoint("--at", place);
     const TypedSize size = sizeOf(dib);
-    if (at.x < 0 || at.y < 0 || at.x >= size.width || at.y >= size.height)
+    if (dib && (at.x < 0 || at.y < 0 || at.x >= size.width || at.y >= size.height))
         refuse("--at=", place, " lies outside the image, which is ", std::to_string(size.width), " x ",
                std::to_string(size.height));
     const auto [red, green, blue] = parseLevels("--tolerance", tolerance);

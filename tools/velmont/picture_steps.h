@@ -63,7 +63,8 @@ struct StampRequest {
     std::optional<std::string> at, size, color, strength, polarity, blend;
 };
 
-/// The steps that do it to this picture; none where it is to stay as it is.
+/// The steps that do it to this picture; none where it is to stay as it is. Without a picture (null) they are about
+/// the ones, and only what was typed is looked at.
 /// \throws Failure with ExitCode::Usage for what is not understood
 std::vector<Step> resizeSteps(const ResizeRequest &request, void *dib);
 std::vector<Step> cropSteps(const CropRequest &request, void *dib);
