@@ -76,21 +76,6 @@ TEST_F(BatchAbort, StopsAllAndLeavesNothing)
     }
 }
 
-TEST_F(BatchAbort, OneStoppedWorkerStopsAll)
-{
-    const Names words = longRun();
-    const Names before = files();
-    Program program(folder(), words);
-    ASSERT_TRUE(program.waitForChildren(2));
-    // A worker that is not ready yet dies of the signal, as it would of any other.
-    const pid_t worker = program.children().front();
-    ASSERT_TRUE(waitUntil([&] { return program.children().size() == 2; }));
-    program.sendToGroup(SIGINT);
-    EXPECT_TRUE(haveEnded({worker}));
-    EXPECT_EQ(program.finish().exitCode, 130);
-    EXPECT_EQ(files(), before);
-}
-
 TEST_F(BatchAbort, KeepsWhatIsDone)
 {
     Names words = longRun({"small.bmp"});

@@ -47,11 +47,11 @@ protected:
             save(kKinds[i % 5], 13 + i % 7, 7 + i % 5, file(name));
         }
         writeText("album/1003.png", "");
-        writeText("album/1060.jpg", "This is no picture.");
+        writeText("album/1061.jpg", "This is no picture.");
         writeText("album/1101.bmp", textOf("album/1101.bmp").substr(0, 60));
-        fs::remove(file("album/1150.bmp"));
-        fs::create_directory(file("album/1150.bmp"));
-        writeText("album/1150.bmp/inside.txt", "no picture");
+        fs::remove(file("album/1150.png"));
+        fs::create_directory(file("album/1150.png"));
+        writeText("album/1150.png/inside.txt", "no picture");
         fs::remove(file("album/1199.jpg"));
         fs::create_symlink("nowhere", file("album/1199.jpg"));
     }
@@ -94,8 +94,8 @@ TEST_F(Batch, GoesOnAfterBadFilesAndIsTheSameForAnyNumberOfWorkers)
         EXPECT_TRUE(outcome.err.ends_with("\nvelmont: 195 of 200 images written; 5 failed\n")) << outcome.err;
         EXPECT_EQ(std::ranges::count(outcome.err, '\n'), 6) << outcome.err;
         for (const std::string bad :
-             {"1003.png: the file is empty", "1060.jpg: ", "1101.bmp: ",
-              "1150.bmp: there are no pictures in this folder", "1199.jpg: cannot be opened"})
+             {"1003.png: the file is empty", "1061.jpg: ", "1101.bmp: ",
+              "1150.png: there are no pictures in this folder", "1199.jpg: cannot be opened"})
             EXPECT_NE(outcome.err.find("velmont: album/" + bad), std::string::npos) << outcome.err;
         const Json now = withoutTimes(Json::parse(outcome.out));
         if (jobs == "1") {
@@ -106,8 +106,8 @@ TEST_F(Batch, GoesOnAfterBadFilesAndIsTheSameForAnyNumberOfWorkers)
             EXPECT_EQ(told["results"][3]["input"], "album/1004.jpg");
             EXPECT_EQ(told["failed"][0]["code"], 3);
         }
-        EXPECT_EQ(bytesOf("out" + jobs), bytes);
-        EXPECT_EQ(now, told);
+        EXPECT_TRUE(bytesOf("out" + jobs) == bytes);
+        EXPECT_TRUE(now == told);
     }
     EXPECT_EQ(filesIn("out1").size(), 195u);
 }
@@ -119,7 +119,7 @@ TEST_F(Batch, GivesTheBytesOfSingleRuns)
     expectSilence({"apply", "film-grain", "a.png", "b.bmp", "-o", "out/", "-q"});
     for (const std::string name : {"a.png", "b.bmp"}) {
         expectSilence({"apply", "film-grain", name, "-o", "one-" + name});
-        EXPECT_EQ(textOf("out/" + name), textOf("one-" + name));
+        EXPECT_TRUE(textOf("out/" + name) == textOf("one-" + name));
     }
 }
 
