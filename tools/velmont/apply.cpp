@@ -11,9 +11,10 @@ namespace {
 
 JobOptions jobOptions(const ApplyOptions &options)
 {
-    return {{options.force, options.jpegQuality, options.run.quiet, options.format},
+    return {{options.force, options.jpegQuality, options.run.quiet, options.format, options.strip},
             {options.mask},
             options.run,
+            options.decode,
             options.dryRun};
 }
 
@@ -22,6 +23,13 @@ void requireOutput(const std::vector<std::filesystem::path> &inputs, const Apply
     if (options.output.empty())
         throw Failure(ExitCode::Usage, concat("no output is given: -o ", inputs.size() > 1 ? "DIR" : "FILE"));
     checkTelling(options.output, options.telling);
+}
+
+/// The effects of a recipe and the images of the words, or both of the words.
+Chain chainOf(std::span<const std::string> words, const ApplyOptions &options)
+{
+    return options.recipe.empty() ? parseChain(words, catalogue::effects())
+                                  : Chain{options.recipe, parseImages(words, catalogue::effects())};
 }
 
 /// Files that the steps read or make besides.
@@ -89,7 +97,7 @@ void runIntoFolder(const std::vector<std::filesystem::path> &inputs, const Task 
 
 void runApply(std::span<const std::string> words, const ApplyOptions &options)
 {
-    const Chain chain = parseChain(words, catalogue::effects());
+    const Chain chain = chainOf(words, options);
     runSteps(
         chain.inputs, {}, [&](void *) { return chain.steps; }, options);
 }

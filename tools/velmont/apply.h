@@ -8,6 +8,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace velmont::cli {
 
@@ -16,15 +17,18 @@ struct ApplyOptions {
     bool force = false;               ///< replace an output that exists
     std::optional<int> jpegQuality;   ///< 1 to 100
     std::optional<io::Format> format; ///< of the output, whatever its ending says
-    bool dryRun = false;              ///< check everything, run and write nothing
+    bool strip = false;               ///< write neither a colour profile nor notes of the camera
+    io::DecodeOptions decode;
+    bool dryRun = false; ///< check everything, run and write nothing
     TellingOptions telling;
     std::filesystem::path mask; ///< the result counts where it selects, else the image; empty for everywhere
     RunOptions run;
     BatchOptions batch;
+    std::vector<Step> recipe; ///< the effects, where words are images only; empty where words bring them
 };
 
 /// Reads, runs and writes; every output appears whole or not at all.
-/// \param words the chain
+/// \param words the chain, or with a recipe the images
 /// \throws Failure
 void runApply(std::span<const std::string> words, const ApplyOptions &options);
 

@@ -42,6 +42,18 @@ struct Chain {
 /// \throws Failure with ExitCode::Usage that suggests a near name
 const catalogue::Effect &requireEffect(std::span<const catalogue::Effect> effects, std::string_view name);
 
+/// The field of an effect with this name.
+/// \throws Failure with ExitCode::Usage that suggests a near name
+const catalogue::Field &requireField(const catalogue::Effect &effect, std::string_view name);
+
+/// Refuses "-" for a picture beside the image.
+/// \throws Failure with ExitCode::Usage
+void requireFileName(std::string_view name);
+
+/// Refuses a step that lacks a picture which its effect reads.
+/// \throws Failure with ExitCode::Usage
+void requireOperands(const Step &step);
+
 /// Whether a word is a field and its value.
 bool looksLikeField(std::string_view word);
 
@@ -49,5 +61,14 @@ bool looksLikeField(std::string_view word);
 /// \param effects those that may be named
 /// \throws Failure with ExitCode::Usage that names what is wrong
 Chain parseChain(std::span<const std::string> words, std::span<const catalogue::Effect> effects);
+
+/// The images that words name where a recipe brings the effects. Words that are effects or belong to one are refused.
+/// \throws Failure with ExitCode::Usage
+std::vector<std::filesystem::path> parseImages(std::span<const std::string> words,
+                                               std::span<const catalogue::Effect> effects);
+
+/// Understands words that bring no image.
+/// \throws Failure with ExitCode::Usage that names what is wrong
+std::vector<Step> parseSteps(std::span<const std::string> words, std::span<const catalogue::Effect> effects);
 
 } // namespace velmont::cli

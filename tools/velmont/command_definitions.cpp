@@ -70,8 +70,16 @@ void addOutputOptions(CLI::App &command, Request &request)
     command.add_flag("--force", request.apply.force, "Replace the output if it exists");
     command.add_flag("--convert", request.apply.run.convert,
                      "Convert the image where an effect refuses its depth");
-    command.add_option("--quality", request.quality, "Of a JPEG, 1 to 100")->type_name("N");
+    command.add_option("--quality", request.quality, "Of a JPEG or WebP, 1 to 100")->type_name("N");
+    command
+        .add_option(
+            "--seed", request.seed,
+            "Of random effects, 0 to 4294967295, 1 if not given; each effect of a chain takes the next one")
+        ->type_name("N");
     command.add_flag("-q,--quiet", request.apply.run.quiet, "No notes and no progress");
+    command.add_flag("--strip", request.apply.strip, "Drop the colour profile and the notes of the camera");
+    command.add_option("--max-pixels", request.maxPixels, "Refuse larger images; 268435456 if not given")
+        ->type_name("N");
     command.add_flag("--dry-run", request.apply.dryRun, "Check everything and tell what would be done");
     command.add_flag("--timing", request.apply.telling.timing, "Say how long each step takes");
     command.add_flag("--json", request.apply.telling.json, "Tell the results as JSON");
@@ -175,6 +183,19 @@ void definePictureCommands(CLI::App &app, Request &request)
 
 } // namespace
 
+void defineRecipeCommand(CLI::App &app, Request &request)
+{
+    CLI::App *const recipe =
+        addCommand(app, "recipe", "--show EFFECT ... | --show FILE | --command FILE | --check FILE",
+                   "Turn effects into a recipe, a file for apply --recipe");
+    recipe->add_option("words", request.words, "Effects with their fields, or a recipe");
+    recipe->add_flag("--show", request.recipe.show, "Print the recipe with every field");
+    recipe->add_flag("--command", request.recipe.command, "Print the command that does the same");
+    recipe->add_flag("--check", request.recipe.check, "Say what is wrong with a recipe, if anything");
+    recipe->add_flag("--convert", request.recipe.convert, "As apply takes it, for the recipe");
+    recipe->add_option("--mask", request.recipe.mask, "As apply takes it, for the recipe")->type_name("FILE");
+}
+
 void defineCommands(CLI::App &app, Request &request)
 {
     app.formatter(std::make_shared<Help>("velmont COMMAND ..."));
@@ -203,6 +224,9 @@ void defineCommands(CLI::App &app, Request &request)
     addOutputOptions(*apply, request);
     apply->add_option("--mask", request.mask, "Keep the image where this one is not bright")
         ->type_name("FILE");
+    apply->add_option("--recipe", request.recipeFile, "Take the effects from a recipe; words are images")
+        ->type_name("FILE");
+    defineRecipeCommand(app, request);
     definePictureCommands(app, request);
     definePaintingCommands(app, request);
 }

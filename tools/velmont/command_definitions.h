@@ -7,6 +7,7 @@
 #include "apply.h"
 #include "histogram.h"
 #include "picture_steps.h"
+#include "recipe_command.h"
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,9 +24,10 @@ struct Request {
     std::string effect;
     std::vector<std::string> words;
     std::string output, mask;
-    std::optional<std::string> quality, format, workers;
+    std::optional<std::string> quality, format, seed, workers, recipeFile, maxPixels;
     ApplyOptions apply;
     HistogramOptions histogram;
+    RecipeRequest recipe;
     ResizeRequest resize;
     CropRequest crop;
     RotateRequest rotate;

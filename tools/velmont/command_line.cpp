@@ -5,10 +5,13 @@
 #include "field_value.h"
 #include "histogram.h"
 #include "info.h"
+#include "input_file.h"
 #include "list.h"
 #include "nearest_name.h"
 #include "picture_steps.h"
+#include "recipe.h"
 #include "results.h"
+#include "seed.h"
 #include "text.h"
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -143,6 +146,10 @@ const ApplyOptions &outputOptions(Request &request)
     request.apply.mask = request.mask;
     if (request.quality)
         request.apply.jpegQuality = jpegQuality(*request.quality);
+    if (request.seed)
+        request.apply.run.seed = parseSeed(*request.seed);
+    if (request.maxPixels)
+        request.apply.decode.maxPixels = parseMostPixels(*request.maxPixels);
     if (request.format)
         request.apply.format = parseFormat(*request.format);
     if (request.workers)
@@ -150,8 +157,31 @@ const ApplyOptions &outputOptions(Request &request)
     return request.apply;
 }
 
+/// What a recipe says holds where the command line says nothing.
+void takeOptions(Request &request, const RecipeOptions &options)
+{
+    if (options.select || options.feather)
+        refuse("--recipe: this program knows neither select nor feather");
+    if (!request.seed)
+        request.seed = options.seed;
+    request.apply.run.convert |= options.convert;
+    if (request.mask.empty())
+        request.mask = options.mask.string();
+}
+
+void takeRecipe(Request &request, const std::string &file)
+{
+    if (file.empty() || file == "-")
+        refuse("--recipe needs the name of a file");
+    Recipe recipe = readRecipe(file, catalogue::effects());
+    takeOptions(request, recipe.options);
+    request.apply.recipe = std::move(recipe.steps);
+}
+
 void runApply(Request &request)
 {
+    if (request.recipeFile)
+        takeRecipe(request, *request.recipeFile);
     runApply(request.words, outputOptions(request));
 }
 
@@ -210,8 +240,11 @@ void runCommandLine(std::span<char *const> arguments)
         runList(request);
     else if (app.got_subcommand("histogram"))
         runHistogram(request);
+    else if (app.got_subcommand("recipe"))
+        print(recipeAnswer(request.words, request.recipe));
     else if (!runPictureCommand(app, request))
-        refuse("usage: velmont list | info EFFECT | apply EFFECT ... INPUT -o OUTPUT | histogram INPUT | "
+        refuse("usage: velmont list | info EFFECT | recipe | apply EFFECT ... INPUT -o OUTPUT | histogram "
+               "INPUT | "
                "resize | crop | rotate | select | fill | gradient | shadow | stamp INPUT ... -o OUTPUT; "
                "\"velmont --help\" says more");
 }

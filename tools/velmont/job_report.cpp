@@ -1,5 +1,6 @@
 #include "job_report.h"
 #include "catalogue/effect.h"
+#include "conversion.h"
 #include "text.h"
 #include <array>
 #include <cstdio>
@@ -26,11 +27,6 @@ Json namesOfFiles(const std::vector<std::filesystem::path> &files)
     for (const std::filesystem::path &file : files)
         array.push_back(asUtf8(file.string()));
     return array;
-}
-
-std::string depthText(unsigned depth)
-{
-    return std::string(catalogue::depthName(static_cast<catalogue::Depth>(depth)));
 }
 
 Json toJson(const PictureShape &shape)

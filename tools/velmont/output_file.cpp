@@ -6,9 +6,10 @@
 #include "standard_streams.h"
 #include "text.h"
 #include <algorithm>
-#include <array>
+#include <cerrno>
 #include <string>
 #include <system_error>
+#include <unistd.h>
 #include <vector>
 
 namespace velmont::cli {
@@ -17,42 +18,22 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// A word of --format.
-struct FormatWord {
-    std::string_view name;
-    io::Format format;
-};
-
-constexpr std::array kFormatWords{FormatWord{"png", io::Format::Png}, FormatWord{"jpeg", io::Format::Jpeg},
-                                  FormatWord{"bmp", io::Format::Bmp}};
-
 std::string formatWords()
 {
-    return joined(namesOf(kFormatWords));
+    const auto words = io::formatWords();
+    return joined({words.begin(), words.end()});
+}
+
+std::string formatEndings()
+{
+    const auto endings = io::formatEndings();
+    return joined({endings.begin(), endings.end()});
 }
 
 template <typename... Pieces>
 [[noreturn]] void refuse(ExitCode code, const Pieces &...pieces)
 {
     throw Failure(code, concat(pieces...));
-}
-
-io::Format outputFormat(const fs::path &output, const OutputOptions &options)
-{
-    if (options.format)
-        return *options.format;
-    if (isStandardStream(output))
-        refuse(ExitCode::Usage, "-o - needs --format FORMAT: ", formatWords());
-    const auto format = io::formatOfName(output);
-    if (!format)
-        refuse(ExitCode::Usage, output.string(),
-               ": the ending names no format: use .png, .jpg, .jpeg, .jpe, .bmp or .dib, or --format");
-    return *format;
-}
-
-std::string outputName(const fs::path &output)
-{
-    return isStandardStream(output) ? "standard output" : output.string();
 }
 
 /// What can be known about a file to be written before any work is done.
@@ -91,7 +72,7 @@ void fitToFormat(io::Picture &picture, io::Format format, const fs::path &output
         picture.alpha.clear();
         note(output, options, concat("alpha is dropped: ", name, " has none"));
     }
-    if (options.jpegQuality && format != io::Format::Jpeg)
+    if (options.jpegQuality && !io::hasQuality(format))
         note(output, options, concat("--quality means nothing to ", name));
 }
 
@@ -105,6 +86,34 @@ void writeBytes(std::span<const uint8_t> bytes, const fs::path &output, const Ou
 
 } // namespace
 
+io::Format outputFormat(const fs::path &output, const OutputOptions &options)
+{
+    if (options.format)
+        return *options.format;
+    if (isStandardStream(output))
+        refuse(ExitCode::Usage, "-o - needs --format FORMAT: ", formatWords());
+    const auto format = io::formatOfName(output);
+    if (!format)
+        refuse(ExitCode::Usage, output.string(), ": the ending names no format: use one of ", formatEndings(),
+               ", or --format");
+    return *format;
+}
+
+std::string outputName(const fs::path &output)
+{
+    return isStandardStream(output) ? "standard output" : output.string();
+}
+
+void checkWritable(const fs::path &output)
+{
+    if (isStandardStream(output))
+        return;
+    const fs::path folder = output.has_parent_path() ? output.parent_path() : ".";
+    if (access(folder.c_str(), W_OK | X_OK) != 0)
+        refuse(ExitCode::Output, output.string(), ": cannot write into the folder ", folder.string(), ": ",
+               std::error_code(errno, std::generic_category()).message());
+}
+
 OutputOptions besides(const OutputOptions &options)
 {
     OutputOptions others = options;
@@ -114,11 +123,11 @@ OutputOptions besides(const OutputOptions &options)
 
 io::Format parseFormat(std::string_view word)
 {
-    const auto format = std::ranges::find(kFormatWords, word, &FormatWord::name);
-    if (format == kFormatWords.end())
+    const auto format = io::formatOfWord(word);
+    if (!format)
         refuse(ExitCode::Usage, "--format=", word, " is not one of ", formatWords(),
-               didYouMean(word, namesOf(kFormatWords)));
-    return format->format;
+               didYouMean(word, io::formatWords()));
+    return *format;
 }
 
 void checkOutputs(std::span<const fs::path> outputs, const OutputOptions &options)
@@ -137,10 +146,12 @@ void writeOutput(io::Picture &picture, const fs::path &output, const OutputOptio
 {
     const io::Format format = outputFormat(output, options);
     fitToFormat(picture, format, output, options);
-    io::EncodeOptions encodeOptions;
-    encodeOptions.jpegQuality = options.jpegQuality.value_or(encodeOptions.jpegQuality);
+    std::vector<std::string> notices;
     try {
-        const std::vector<uint8_t> bytes = io::encode(picture, format, encodeOptions);
+        const std::vector<uint8_t> bytes =
+            io::encode(picture, format, {options.jpegQuality, options.strip, &notices});
+        for (const std::string &notice : notices)
+            note(output, options, notice);
         stopIfInterrupted();
         writeBytes(bytes, output, options);
     } catch (const io::Error &error) {

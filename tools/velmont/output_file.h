@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace velmont::cli {
@@ -16,6 +17,7 @@ struct OutputOptions {
     std::optional<int> jpegQuality;   ///< 1 to 100
     bool quiet = false;               ///< no notes
     std::optional<io::Format> format; ///< whatever the ending of the file says; needed for standard output
+    bool strip = false;               ///< neither a colour profile nor notes of the camera
 };
 
 /// What holds for the pictures that are written besides a result: their endings tell their formats.
@@ -30,6 +32,17 @@ io::Format parseFormat(std::string_view word);
 /// \param outputs the result first, for which alone `options.format` holds and which may be "-"
 /// \throws Failure
 void checkOutputs(std::span<const std::filesystem::path> outputs, const OutputOptions &options);
+
+/// Refuses a file whose folder cannot be written into, as the writing itself would.
+/// \throws Failure
+void checkWritable(const std::filesystem::path &output);
+
+/// The format that an output is written in.
+/// \throws Failure with ExitCode::Usage where nothing names one
+io::Format outputFormat(const std::filesystem::path &output, const OutputOptions &options);
+
+/// What an output is called in messages: "standard output" or the file's name.
+std::string outputName(const std::filesystem::path &output);
 
 /// Writes a picture whole or not at all, in the format that is asked for, else in that of the file's ending; "-" is
 /// standard output. What the format cannot keep is dropped, and that is said.

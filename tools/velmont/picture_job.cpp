@@ -1,8 +1,11 @@
 #include "picture_job.h"
+#include "dry_run.h"
 #include "input_file.h"
 #include "kept_notes.h"
+#include "notes.h"
 #include "standard_streams.h"
 #include "stopwatch.h"
+#include "text.h"
 
 namespace velmont::cli {
 
@@ -63,11 +66,17 @@ JobReport runJob(const PictureJob &job, const StepsFor &stepsFor, const JobOptio
     JobReport report;
     report.input = job.input;
     report.output = job.output;
-    io::Picture picture = timed(report.readSeconds, [&] { return readInput(job.input); });
+    io::Picture picture = timed(report.readSeconds, [&] { return readInput(job.input, options.decode); });
+    if (!options.run.quiet)
+        for (const std::string &notice : picture.notices)
+            say(concat(inputName(job.input), ": ", notice));
     report.before = report.after = shapeOf(picture.dib.get());
     const std::vector<Step> steps = stepsFor(picture.dib.get());
     checkOutputs(outputsOf(job, steps), options.output);
-    runSteps(picture, steps, options, report);
+    if (options.dryRun)
+        planSteps(picture, steps, options, report);
+    else
+        runSteps(picture, steps, options, report);
     report.notes = notes.lines();
     report.seconds = watch.seconds();
     return report;

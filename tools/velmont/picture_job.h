@@ -18,6 +18,7 @@ struct JobOptions {
     OutputOptions output;
     SelectionOptions selection;
     RunOptions run;
+    io::DecodeOptions decode = {};
     bool dryRun = false; ///< check everything, run and write nothing
 };
 

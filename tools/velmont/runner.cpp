@@ -23,12 +23,6 @@ std::pair<int, int> sizeOf(void *dib)
     return size;
 }
 
-std::string depthText(unsigned depth)
-{
-    return depth == 0 ? "of an unknown depth"
-                      : std::string(catalogue::depthName(static_cast<catalogue::Depth>(depth)));
-}
-
 /// Whether an effect puts pixels elsewhere, so that alpha beside the picture would belong to others.
 bool movesPixels(const Effect &effect)
 {
@@ -38,16 +32,17 @@ bool movesPixels(const Effect &effect)
 } // namespace
 
 Runner::Runner(io::Picture &picture, std::string name, RunOptions options)
-    : picture_(picture), name_(std::move(name)), options_(options), progress_(!options.quiet)
+    : picture_(picture), name_(std::move(name)), options_(options), progress_(!options.quiet),
+      randomness_(options.seed)
 {
 }
 
 void Runner::run(const std::vector<Step> &steps)
 {
-    for (std::size_t i = 0; i < steps.size(); ++i) {
+    for (index_ = 0; index_ < steps.size(); ++index_) {
         if (steps.size() > 1)
-            position_ = concat(std::to_string(i + 1), "/", std::to_string(steps.size()), " ");
-        runStep(steps[i]);
+            position_ = concat(std::to_string(index_ + 1), "/", std::to_string(steps.size()), " ");
+        runStep(steps[index_]);
     }
     stopIfInterrupted();
 }
@@ -71,7 +66,7 @@ void Runner::makeAcceptable(const Effect &effect, unsigned depth)
 {
     const std::vector<Step> conversion = conversionFor(effect, depth);
     if (!options_.convert || conversion.empty())
-        refuse(effect, depth);
+        refuseDepth(effect, depth, subject());
     note(concat(effect.name, ": ", subject(), " is ", depthText(depth), "; converted first with ",
                 inQuotes(stepNames(conversion))));
     for (const Step &step : conversion)
@@ -85,6 +80,7 @@ void Runner::call(const Step &step, const std::string &title)
     catalogue::Record record = step.record;
     StepOperands operands(step, record, picture_.dib.get(), subject());
     progress_.begin(title);
+    randomness_.start(index_);
     const Stopwatch watch;
     void *const result = catalogue::apply(*step.effect, picture_.dib.get(), record);
     times_.push_back({std::string(step.effect->name), watch.seconds(),
@@ -114,21 +110,6 @@ void Runner::reviewAlpha(const Effect &effect, bool sizeChanged)
     picture_.alpha.clear();
     note(concat(name_, ": alpha is dropped: ", effect.name,
                 sizeChanged ? " changed the image's size" : " moved the image's pixels"));
-}
-
-void Runner::refuse(const Effect &effect, unsigned depth) const
-{
-    const std::vector<Step> conversion = conversionFor(effect, depth);
-    const bool needless = isNeedless(effect, depth);
-    std::string advice =
-        concat("convert it first with ", inQuotes(stepNames(conversion) + " then ..."), " or pass --convert");
-    if (needless)
-        advice = "leave it out or pass --convert";
-    else if (conversion.empty())
-        advice = "no effect converts it";
-    throw Failure(ExitCode::Input, concat(effect.name, ": ", subject(), " is ", depthText(depth),
-                                          needless ? " already; " : "; ", effect.name, " takes ",
-                                          catalogue::depthNames(effect.depths), "; ", advice));
 }
 
 std::string Runner::subject() const

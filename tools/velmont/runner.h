@@ -7,6 +7,7 @@
 #include "io/picture.h"
 #include "operand_files.h"
 #include "progress.h"
+#include "seed.h"
 #include "step_time.h"
 #include <cstddef>
 #include <string>
@@ -17,6 +18,7 @@ namespace velmont::cli {
 struct RunOptions {
     bool convert = false; ///< bring the picture to a depth that an effect accepts, instead of refusing it
     bool quiet = false;   ///< neither notes nor progress
+    uint32_t seed = kDefaultSeed; ///< of the random effects
 };
 
 /// A picture on its way through effects.
@@ -43,7 +45,6 @@ private:
     void call(const Step &step, const std::string &title);
     void replaceDib(void *result);
     void reviewAlpha(const catalogue::Effect &effect, bool sizeChanged);
-    [[noreturn]] void refuse(const catalogue::Effect &effect, unsigned depth) const;
     std::string subject() const;
     void note(const std::string &line) const;
 
@@ -51,10 +52,12 @@ private:
     std::string name_;
     RunOptions options_;
     Progress progress_;
+    Randomness randomness_;
     std::vector<NamedPicture> made_;
     std::vector<StepTime> times_;
     std::string lastEffect_;
-    std::string position_; ///< "2/3 " in front of an effect's name, when there are several
+    std::size_t index_ = 0; ///< of the step that runs
+    std::string position_;  ///< "2/3 " in front of an effect's name, when there are several
 };
 
 } // namespace velmont::cli
