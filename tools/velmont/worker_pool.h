@@ -28,7 +28,7 @@ public:
     virtual void done(std::size_t job, const std::string &report) = 0;
     /// A job failed. \param process the worker if it died of the job, else 0
     virtual void failed(std::size_t job, ExitCode code, const std::string &line, pid_t process) = 0;
-    /// Comes now and then, and after all of the above.
+    /// Comes now and then while there is work, and after all of the above.
     virtual void tick() = 0;
 };
 
@@ -63,6 +63,7 @@ private:
         pid_t process = -1;
         int channel = -1; ///< messages both ways
         std::optional<std::size_t> job;
+        std::string heard; ///< of a message that comes in parts
 
         bool isAlive() const { return process > 0; }
     };
