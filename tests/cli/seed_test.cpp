@@ -136,6 +136,22 @@ TEST_F(SeedOption, IsOneIfNotGiven)
     EXPECT_EQ(apply({"--seed=4294967295"}, "5.png"), apply({"--seed", "4294967295"}, "6.png"));
 }
 
+TEST_F(SeedOption, MakesEachOfManyAsIfItWereAlone)
+{
+    save(Kind::Colour, 40, 30, file("a.png"));
+    save(Kind::Colour, 25, 33, file("b.png"));
+    const auto apply = [&](std::vector<std::string> words) {
+        words.insert(words.begin(), {"apply", "spread", "then", "wind", "-q"});
+        EXPECT_EQ(run(words).exitCode, 0);
+    };
+    apply({"b.png", "-o", "alone.png"});
+    apply({"a.png", "b.png", "-o", "one/", "--jobs", "1"});
+    apply({"b.png", "a.png", "-o", "two/", "--jobs", "2"});
+    EXPECT_EQ(textOf("one/b.png"), textOf("alone.png"));
+    EXPECT_EQ(textOf("two/b.png"), textOf("alone.png"));
+    EXPECT_EQ(textOf("two/a.png"), textOf("one/a.png"));
+}
+
 TEST_F(SeedOption, IsTakenByThePictureCommands)
 {
     save(Kind::Colour, 40, 30, file("in.png"));

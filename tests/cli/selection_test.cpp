@@ -333,6 +333,31 @@ TEST_F(Mask, IsTakenByCommandsThatPaint)
     EXPECT_NE(colourAt("ramp.png", 6, 4), corner(6, 4));
 }
 
+TEST_F(Mask, MayStandInARecipe)
+{
+    paint("in.png", 24, corner);
+    writeText("recipe.json",
+              R"({"velmont": 1, "steps": [{"effect": "negative"}], "select": "0,0", "feather": 1})");
+    expectSilence({"apply", "--recipe", "recipe.json", "in.png", "-o", "out.png"});
+    expectPicture("out.png", [](int x, int y) { return negated(corner(x, y), softCorner(x, y)); });
+    expectSilence({"apply", "--recipe", "recipe.json", "--feather", "0", "--select=6,4", "in.png", "-o",
+                   "out.png", "--force"});
+    expectPicture("out.png", [](int x, int y) { return negated(corner(x, y), isCorner(x, y) ? 0 : 255); });
+}
+
+TEST_F(Mask, IsCheckedByADryRun)
+{
+    paint("in.png", 24, corner);
+    expectRefusal(
+        {"apply", "exact-rotate", "--select", "0,0", "in.png", "-o", "out.png", "--dry-run"}, 3,
+        "in.png: the effects make it 5 x 7 of 7 x 5; inside a selection they have to keep the size");
+    expectRefusal({"apply", "negative", "--select", "7,0", "in.png", "-o", "out.png", "--dry-run"}, 2,
+                  "--select=7,0 lies outside in.png, which is 7 x 5");
+    EXPECT_EQ(run({"apply", "to-gray", "--select", "0,0", "in.png", "-o", "out.png", "--dry-run"}).exitCode,
+              0);
+    EXPECT_EQ(files(), std::vector<std::string>{"in.png"});
+}
+
 TEST_F(Mask, MixesAlphaToo)
 {
     io::Picture picture = makeTransparentPicture(kWidth, kHeight);
