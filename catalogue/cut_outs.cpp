@@ -117,7 +117,8 @@ constexpr std::array kWrinkleFields{
                                            .minimum = 0,
                                            .maximum = 0xFFFFFF,
                                            .defaultValue = 0xFFFFFF,
-                                           .help = "of what comes from outside, which is transparent too"}),
+                                           .help = "of what comes from outside, which is transparent too",
+                                           .fillsGaps = true}),
 };
 static_assert(coverRecord<WrinkleCutOutArguments>(kWrinkleFields, 2 * sizeof(void *)));
 
@@ -141,7 +142,9 @@ constexpr std::array kEffects{
            .fields = kMaskCropFields,
            .depths = DepthAll,
            .call = callMaskCrop,
-           .operands = kMaskCropOperands},
+           .operands = kMaskCropOperands,
+           .motion = Motion::ByPlace,
+           .resizes = true},
     Effect{.name = "melting-cut-out",
            .exportName = "ProcessMelting",
            .family = Family::Geometry,
@@ -152,7 +155,8 @@ constexpr std::array kEffects{
            .depths = DepthSamples,
            .random = true,
            .call = callCutOut<static_cast<CutOutForm>(&ProcessMelting)>,
-           .operands = kCutOutOperands<CutOutArguments>},
+           .operands = kCutOutOperands<CutOutArguments>,
+           .motion = Motion::ByContent},
     Effect{.name = "splash-cut-out",
            .exportName = "ProcessSplash",
            .family = Family::Geometry,
@@ -163,7 +167,8 @@ constexpr std::array kEffects{
            .depths = DepthSamples,
            .random = true,
            .call = callCutOut<static_cast<CutOutForm>(&ProcessSplash)>,
-           .operands = kCutOutOperands<CutOutArguments>},
+           .operands = kCutOutOperands<CutOutArguments>,
+           .motion = Motion::ByPlace},
     Effect{.name = "wrinkle-cut-out",
            .exportName = "ProcessWrinkle",
            .family = Family::Geometry,
@@ -174,7 +179,8 @@ constexpr std::array kEffects{
            .depths = DepthSamples,
            .random = true,
            .call = callWrinkleCutOut,
-           .operands = kCutOutOperands<WrinkleCutOutArguments>},
+           .operands = kCutOutOperands<WrinkleCutOutArguments>,
+           .motion = Motion::ByPlace},
 };
 
 } // namespace

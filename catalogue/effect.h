@@ -42,6 +42,8 @@ struct Field {
     double (*load)(const void *record);
     /// The `bytes` bytes of a table, for who has each of them to store; null for other types.
     uint8_t *(*table)(void *record) = nullptr;
+    /// The colour of places that no pixel of the image comes to; black and white are the same at every depth.
+    bool fillsGaps = false;
 };
 
 /// The kinds of picture that an effect reads or makes beside the image that it works on.
@@ -87,6 +89,15 @@ std::string_view depthName(Depth depth);
 /// "8-bit gray and 24-bit": the names of several.
 std::string depthNames(unsigned depths);
 
+/// Whether an effect puts pixels elsewhere, and what tells where they go.
+enum class Motion {
+    None, ///< all stay where they are, though colours may be made of those around
+    /// Places tell, with the record, the operands and random numbers: whatever belongs to pixels of an image, such as its
+    /// alpha, goes with them when it is run through the effect as 8-bit gray with all of these the same.
+    ByPlace,
+    ByContent, ///< colours tell too, so that nothing else moves alike
+};
+
 inline constexpr std::size_t kLargestRecord = 1024;
 
 /// A parameter record of any effect, zero-filled.
@@ -130,6 +141,8 @@ struct Effect {
     int locksLostWithMemory = 0;
     std::size_t workBytes = 0;  ///< of the record, which the effect writes and nobody sets
     bool usesCreateDib = false; ///< which leaves a block behind where it cannot lock it
+    Motion motion = Motion::None;
+    bool resizes = false; ///< the result may be of another size
 };
 
 /// All effects, by family and then by name.

@@ -132,6 +132,7 @@ struct FieldText {
     double minimum, maximum, defaultValue;
     std::string_view help;
     std::span<const Choice> choices = {};
+    bool fillsGaps = false;
 };
 
 /// The entry of one member of a record: type, size and access are the member's own.
@@ -151,7 +152,8 @@ constexpr Field field(const FieldText &text)
             text.choices,
             detail::storeField<RecordType, Value, Member>,
             detail::loadField<RecordType, Value, Member>,
-            detail::tableOf<RecordType, Value, Member>()};
+            detail::tableOf<RecordType, Value, Member>(),
+            text.fillsGaps};
 }
 
 /// The entry of one element of an array of numbers.
@@ -177,7 +179,8 @@ constexpr Field field(const FieldText &text)
             [](const void *record) {
                 return static_cast<double>((static_cast<const RecordType *>(record)->*Member)[index]);
             },
-            nullptr};
+            nullptr,
+            text.fillsGaps};
 }
 
 /// The entry of a member of a record that holds a picture beside the image.

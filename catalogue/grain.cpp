@@ -134,7 +134,8 @@ constexpr std::array kEffects{
            .depths = Depth8 | Depth24,
            .random = true,
            .call = callWithRecord<&ProcessSpread, SPREADParam>,
-           .otherDepths = Depth1 | Depth4},
+           .otherDepths = Depth1 | Depth4,
+           .motion = Motion::ByPlace},
 };
 
 } // namespace

@@ -10,12 +10,6 @@ namespace velmont::io {
 
 namespace {
 
-/// A run-length coded image may end at once and leave the rest to colour 0, and four bytes skip 255 columns
-/// and 255 rows. Images above the first size are held to the second rate, so that a few bytes cannot demand
-/// gigabytes.
-constexpr uint64_t kFreePixels = uint64_t{1} << 24;
-constexpr uint64_t kPixelsPerRunByte = 255 * 255 / 4;
-
 constexpr uint32_t kAlphaHeaderBytes = 108;
 constexpr uint32_t kBitFields = 3;
 constexpr uint32_t kSrgbColorSpace = 0x73524742; // "sRGB"
@@ -70,14 +64,6 @@ void readRows(const BmpInfo &info, Picture &picture, const DibTarget &target)
                             : nullptr;
         readRow(info, info.pixels.data() + stride * static_cast<std::size_t>(i), target.row(y), alpha);
     }
-}
-
-void checkRunBytes(const BmpInfo &info)
-{
-    const uint64_t pixels = uint64_t{info.width} * info.height;
-    if (pixels > kFreePixels && pixels / kPixelsPerRunByte > info.pixels.size())
-        throw formatError(Format::Bmp, std::to_string(info.pixels.size()) + " bytes of runs cannot hold " +
-                                           sizeText(info.width, info.height) + " pixels");
 }
 
 /// A file of known size, written from front to back in little-endian order.
@@ -171,11 +157,11 @@ std::vector<uint8_t> encodeWithAlpha(const DibSource &image)
 
 } // namespace
 
-Picture decodeBmp(std::span<const uint8_t> file)
+DecodedFile decodeBmp(const EncodedFile &file)
 {
     BmpInfo info = readBmpInfo(file);
     if (info.coding != BmpCoding::Plain)
-        checkRunBytes(info);
+        checkRate(Format::Bmp, info.width, info.height, info.pixels.size());
     Picture picture;
     DibTarget target(shapeOf(info));
     if (info.coding == BmpCoding::Plain)
@@ -183,12 +169,12 @@ Picture decodeBmp(std::span<const uint8_t> file)
     else
         decodeBmpRuns(info.pixels, target);
     picture.dib = target.finish();
-    return picture;
+    return {std::move(picture)};
 }
 
-std::vector<uint8_t> encodeBmp(const DibSource &image)
+std::vector<uint8_t> encodeBmp(EncodeJob &job)
 {
-    return image.hasAlpha() ? encodeWithAlpha(image) : encodeOpaque(image);
+    return job.image.hasAlpha() ? encodeWithAlpha(job.image) : encodeOpaque(job.image);
 }
 
 } // namespace velmont::io

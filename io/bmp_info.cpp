@@ -27,7 +27,7 @@ Error bmpError(const std::string &text)
 
 class BmpInfoReader {
 public:
-    explicit BmpInfoReader(std::span<const uint8_t> file) : file_(file) {}
+    explicit BmpInfoReader(const EncodedFile &file) : file_(file.bytes), maxPixels_(file.maxPixels) {}
     BmpInfo read();
 
 private:
@@ -63,6 +63,7 @@ private:
     void findPixels();
 
     std::span<const uint8_t> file_;
+    uint64_t maxPixels_;
     uint32_t headerBytes_ = 0;
     uint32_t compression_ = kPlain;
     std::size_t end_ = 0; ///< behind the headers read so far
@@ -93,7 +94,7 @@ void BmpInfoReader::readSize()
         if (info_.isTopDown)
             info_.height = 0 - info_.height;
     }
-    checkSize(Format::Bmp, info_.width, info_.height);
+    checkSize(Format::Bmp, info_.width, info_.height, maxPixels_);
 }
 
 void BmpInfoReader::readResolution()
@@ -244,7 +245,7 @@ BmpInfo BmpInfoReader::read()
 
 } // namespace
 
-BmpInfo readBmpInfo(std::span<const uint8_t> file)
+BmpInfo readBmpInfo(const EncodedFile &file)
 {
     return BmpInfoReader(file).read();
 }

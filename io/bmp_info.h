@@ -3,7 +3,7 @@
 /// \file
 /// The headers of a BMP file.
 
-#include "io/picture.h"
+#include "io/codec.h"
 #include <array>
 #include <cstdint>
 #include <span>
@@ -48,6 +48,6 @@ struct BmpInfo {
 
 /// Reads file header, information header of any kind, channel masks and palette.
 /// \throws Error for what is wrong with them, and for uncompressed pixels that the file is too short for.
-BmpInfo readBmpInfo(std::span<const uint8_t> file);
+BmpInfo readBmpInfo(const EncodedFile &file);
 
 } // namespace velmont::io

@@ -5,8 +5,10 @@
 #include <cmath>
 #include <csetjmp>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <memory>
 #include <type_traits>
 #include <utility>
 // Needs <cstdio> before it.
@@ -22,7 +24,15 @@ namespace {
 constexpr int kMostScans = 500;
 /// From this quality on colour is kept at full resolution.
 constexpr int kFullColorQuality = 90;
+constexpr int kUsualQuality = 95;
 constexpr double kMetersPerInch = 0.0254;
+
+constexpr int kNotesMarker = JPEG_APP0 + 1;   // of the camera, or an XML packet
+constexpr int kProfileMarker = JPEG_APP0 + 2; // in as many segments as it takes
+constexpr std::size_t kMostSegmentBytes = 65533;
+constexpr std::size_t kMostProfileBytes = std::size_t{255} * (kMostSegmentBytes - 14);
+constexpr std::string_view kExifName("Exif\0\0", 6);
+constexpr std::string_view kXmpName("http://ns.adobe.com/xap/1.0/\0", 29);
 
 /// What libjpeg reports to. libjpeg leaves a failed call by longjmp, so nothing that its callbacks or a
 /// guarded step hold may need a destructor; the text of the failure waits here until it is safe to throw.
@@ -107,7 +117,7 @@ public:
     JpegReader(const JpegReader &) = delete;
     JpegReader &operator=(const JpegReader &) = delete;
 
-    Picture read(std::span<const uint8_t> file);
+    DecodedFile read(const EncodedFile &file);
 
 private:
     template <typename Step>
@@ -119,13 +129,13 @@ private:
             throw notEnoughMemory(jpeg_.image_width, jpeg_.image_height);
         throw failure_.error();
     }
-    void readHeader(std::span<const uint8_t> file);
+    void readHeader(const EncodedFile &file);
+    void readMetadata(Metadata &metadata);
     /// Whether the entropy-coded data could be this short: at least one bit for each block of a component.
     bool couldFit(std::size_t fileBytes) const;
     void chooseColorSpace();
     DibShape shape() const;
     void readRows(const DibTarget &target);
-    void convertInks(uint8_t *row) const;
 
     JpegFailure failure_;
     jpeg_progress_mgr progress_{};
@@ -133,18 +143,20 @@ private:
     std::vector<uint8_t> inks_; ///< one row of cyan, magenta, yellow, black
 };
 
-void JpegReader::readHeader(std::span<const uint8_t> file)
+void JpegReader::readHeader(const EncodedFile &file)
 {
     jpeg_.err = &failure_.manager;
     progress_.progress_monitor = limitScans;
     guarded([&] {
         jpeg_create_decompress(&jpeg_);
         jpeg_.progress = &progress_;
-        jpeg_mem_src(&jpeg_, file.data(), static_cast<unsigned long>(file.size()));
+        jpeg_mem_src(&jpeg_, file.bytes.data(), static_cast<unsigned long>(file.bytes.size()));
+        jpeg_save_markers(&jpeg_, kNotesMarker, UINT16_MAX);
+        jpeg_save_markers(&jpeg_, kProfileMarker, UINT16_MAX);
         jpeg_read_header(&jpeg_, TRUE);
     });
-    checkSize(Format::Jpeg, jpeg_.image_width, jpeg_.image_height);
-    if (!couldFit(file.size()))
+    checkSize(Format::Jpeg, jpeg_.image_width, jpeg_.image_height, file.maxPixels);
+    if (!couldFit(file.bytes.size()))
         throw endsEarly(Format::Jpeg);
 }
 
@@ -158,6 +170,23 @@ bool JpegReader::couldFit(std::size_t fileBytes) const
     const uint64_t units = (jpeg_.image_width + unitWidth - 1) / unitWidth *
                            ((jpeg_.image_height + unitHeight - 1) / unitHeight);
     return units / 8 <= fileBytes;
+}
+
+void JpegReader::readMetadata(Metadata &metadata)
+{
+    for (jpeg_saved_marker_ptr marker = jpeg_.marker_list; marker; marker = marker->next) {
+        const std::string_view text(reinterpret_cast<const char *>(marker->data), marker->data_length);
+        for (const auto &[name, notes] :
+             {std::pair(kExifName, &metadata.exif), std::pair(kXmpName, &metadata.xmp)})
+            if (marker->marker == kNotesMarker && notes->empty() && text.starts_with(name))
+                notes->assign(text.begin() + static_cast<std::ptrdiff_t>(name.size()), text.end());
+    }
+    JOCTET *profile = nullptr;
+    unsigned bytes = 0;
+    guarded([&] { jpeg_read_icc_profile(&jpeg_, &profile, &bytes); });
+    const std::unique_ptr<JOCTET, decltype(&std::free)> owner(profile, &std::free);
+    if (profile)
+        metadata.icc.assign(profile, profile + bytes);
 }
 
 void JpegReader::chooseColorSpace()
@@ -206,46 +235,41 @@ DibShape JpegReader::shape() const
     return shape;
 }
 
-void JpegReader::convertInks(uint8_t *row) const
+void JpegReader::readRows(const DibTarget &target)
 {
     // Files with an Adobe marker hold the light that is left, others the ink.
     const unsigned flip = jpeg_.saw_Adobe_marker ? 0 : 255;
-    for (std::size_t x = 0; x < jpeg_.image_width; ++x) {
-        const uint8_t *const ink = inks_.data() + 4 * x;
-        const unsigned black = ink[3] ^ flip;
-        for (unsigned i = 0; i < 3; ++i)
-            row[3 * x + i] = static_cast<uint8_t>(((ink[2 - i] ^ flip) * black + 127) / 255);
-    }
-}
-
-void JpegReader::readRows(const DibTarget &target)
-{
     guarded([&] {
         while (jpeg_.output_scanline < jpeg_.output_height) {
             uint8_t *const line = target.line(static_cast<int>(jpeg_.output_scanline));
             JSAMPROW row = inks_.empty() ? line : inks_.data();
             jpeg_read_scanlines(&jpeg_, &row, 1);
             if (!inks_.empty())
-                convertInks(line);
+                inksToColor(inks_.data(), jpeg_.image_width, flip, line);
         }
         jpeg_finish_decompress(&jpeg_);
     });
 }
 
-Picture JpegReader::read(std::span<const uint8_t> file)
+DecodedFile JpegReader::read(const EncodedFile &file)
 {
     readHeader(file);
     chooseColorSpace();
+    Picture picture;
+    readMetadata(picture.metadata);
+    if (!inks_.empty())
+        picture.notices.emplace_back(kInksNotice);
     DibTarget target(shape());
     guarded([this] { jpeg_start_decompress(&jpeg_); });
     readRows(target);
-    return {target.finish(), {}};
+    picture.dib = target.finish();
+    return {std::move(picture)};
 }
 
 /// Writes one file.
 class JpegWriter {
 public:
-    JpegWriter(const DibSource &image, int quality);
+    explicit JpegWriter(EncodeJob &job);
     ~JpegWriter() { jpeg_destroy_compress(&jpeg_); }
     JpegWriter(const JpegWriter &) = delete;
     JpegWriter &operator=(const JpegWriter &) = delete;
@@ -271,8 +295,13 @@ private:
     }
     void setParameters();
     void setDensity();
+    void fitMetadata();
+    /// Notes behind their name.
+    void writeNotes(std::string_view name, const std::vector<uint8_t> &notes);
+    void writeMetadata();
     void writeRows();
 
+    EncodeJob &job_;
     const DibSource &image_;
     int quality_;
     bool isGray_;
@@ -284,8 +313,9 @@ private:
     std::size_t used_ = 0; ///< bytes of it that are written
 };
 
-JpegWriter::JpegWriter(const DibSource &image, int quality)
-    : image_(image), quality_(quality), isGray_(image.hasGrayPalette())
+JpegWriter::JpegWriter(EncodeJob &job)
+    : job_(job), image_(job.image), quality_(job.quality.value_or(kUsualQuality)),
+      isGray_(job.image.hasGrayPalette())
 {
     install(failure_);
     destination_.init_destination = enlargeFile;
@@ -357,15 +387,52 @@ void JpegWriter::setParameters()
     setDensity();
 }
 
+void JpegWriter::fitMetadata()
+{
+    Metadata &metadata = job_.metadata;
+    fitProfile(job_, isGray_);
+    const auto dropAbove = [this](std::size_t most, std::vector<uint8_t> &bytes, const char *what) {
+        if (bytes.size() <= most)
+            return;
+        job_.notices.push_back(std::string(what) + " of " + std::to_string(bytes.size()) +
+                               " bytes does not fit into a JPEG file");
+        bytes.clear();
+    };
+    dropAbove(kMostSegmentBytes - kExifName.size(), metadata.exif, "an EXIF block");
+    dropAbove(kMostSegmentBytes - kXmpName.size(), metadata.xmp, "an XMP packet");
+    dropAbove(kMostProfileBytes, metadata.icc, "a colour profile");
+}
+
+void JpegWriter::writeNotes(std::string_view name, const std::vector<uint8_t> &notes)
+{
+    if (notes.empty())
+        return;
+    jpeg_write_m_header(&jpeg_, kNotesMarker, static_cast<unsigned>(name.size() + notes.size()));
+    for (const char letter : name)
+        jpeg_write_m_byte(&jpeg_, static_cast<uint8_t>(letter));
+    for (const uint8_t byte : notes)
+        jpeg_write_m_byte(&jpeg_, byte);
+}
+
+void JpegWriter::writeMetadata()
+{
+    const Metadata &metadata = job_.metadata;
+    writeNotes(kExifName, metadata.exif);
+    writeNotes(kXmpName, metadata.xmp);
+    if (!metadata.icc.empty())
+        jpeg_write_icc_profile(&jpeg_, metadata.icc.data(), static_cast<unsigned>(metadata.icc.size()));
+}
+
 void JpegWriter::writeRows()
 {
     while (jpeg_.next_scanline < jpeg_.image_height) {
         const int y = image_.rowOfLine(static_cast<int>(jpeg_.next_scanline));
+        // libjpeg takes rows that it may write to, and does not.
+        JSAMPROW row = image_.bits() == 24 ? const_cast<JSAMPROW>(image_.row(y)) : buffer_.data();
         if (isGray_)
-            image_.grayRow(y, buffer_.data());
-        else
-            image_.colorRow(y, buffer_.data(), 3);
-        JSAMPROW row = buffer_.data();
+            image_.grayRow(y, row);
+        else if (image_.bits() != 24)
+            image_.colorRow(y, row, 3);
         jpeg_write_scanlines(&jpeg_, &row, 1);
     }
 }
@@ -375,11 +442,13 @@ std::vector<uint8_t> JpegWriter::write()
     buffer_.resize((isGray_ ? 1 : 3) * static_cast<std::size_t>(image_.width()));
     jpeg_.err = &failure_.manager;
     jpeg_.client_data = this;
+    fitMetadata();
     guarded([this] {
         jpeg_create_compress(&jpeg_);
         jpeg_.dest = &destination_;
         setParameters();
         jpeg_start_compress(&jpeg_, TRUE);
+        writeMetadata();
         writeRows();
         jpeg_finish_compress(&jpeg_);
     });
@@ -389,22 +458,21 @@ std::vector<uint8_t> JpegWriter::write()
 
 } // namespace
 
-Picture decodeJpeg(std::span<const uint8_t> file)
+DecodedFile decodeJpeg(const EncodedFile &file)
 {
     return JpegReader().read(file);
 }
 
-std::vector<uint8_t> encodeJpeg(const DibSource &image, int quality)
+std::vector<uint8_t> encodeJpeg(EncodeJob &job)
 {
-    if (quality < 1 || quality > 100)
-        throw formatError(Format::Jpeg, "a quality of " + std::to_string(quality) + " is not in 1 to 100");
+    const DibSource &image = job.image;
     if (std::max(image.width(), image.height()) > JPEG_MAX_DIMENSION)
         throw formatError(Format::Jpeg, "an image of " +
                                             sizeText(static_cast<uint64_t>(image.width()),
                                                      static_cast<uint64_t>(image.height())) +
                                             " is too large, at most " + std::to_string(JPEG_MAX_DIMENSION) +
                                             " pixels each way can be written");
-    return JpegWriter(image, quality).write();
+    return JpegWriter(job).write();
 }
 
 } // namespace velmont::io

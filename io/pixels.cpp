@@ -1,6 +1,7 @@
 #include "io/pixels.h"
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace velmont::io {
 
@@ -39,6 +40,22 @@ void clearPadding(uint8_t *row, std::size_t width, unsigned bits)
     if (const auto tail = static_cast<unsigned>(width * bits % 8); tail != 0)
         row[used - 1] &= static_cast<uint8_t>(0xFF00u >> tail);
     std::memset(row + used, 0, stride - used);
+}
+
+void swapRedAndBlue(uint8_t *pixels, std::size_t width, unsigned step)
+{
+    for (std::size_t x = 0; x < width; ++x)
+        std::swap(pixels[step * x], pixels[step * x + 2]);
+}
+
+void inksToColor(const uint8_t *inks, std::size_t width, unsigned flip, uint8_t *row)
+{
+    for (std::size_t x = 0; x < width; ++x) {
+        const uint8_t *const ink = inks + 4 * x;
+        const unsigned black = ink[3] ^ flip;
+        for (unsigned i = 0; i < 3; ++i)
+            row[3 * x + i] = static_cast<uint8_t>(((ink[2 - i] ^ flip) * black + 127) / 255);
+    }
 }
 
 void widenTwoBits(const uint8_t *source, std::size_t width, uint8_t *row)

@@ -43,6 +43,13 @@ unsigned highestIndex(const uint8_t *row, std::size_t width, unsigned bits);
 /// Zeroes the bits and bytes of a row behind its last pixel.
 void clearPadding(uint8_t *row, std::size_t width, unsigned bits);
 
+/// Exchanges the first and the third byte of pixels of 3 or 4 bytes: blue, green, red to red, green, blue and back.
+void swapRedAndBlue(uint8_t *pixels, std::size_t width, unsigned step);
+
+/// Light from inks: each of cyan, magenta and yellow 0 to 255 takes its part of what black leaves. Four bytes a pixel
+/// become blue, green, red. `flip` is 255 for inks and 0 for the light that they leave.
+void inksToColor(const uint8_t *inks, std::size_t width, unsigned flip, uint8_t *row);
+
 /// Widens a row of 2-bit indices to 4 bits.
 void widenTwoBits(const uint8_t *source, std::size_t width, uint8_t *row);
 

@@ -9,6 +9,7 @@
 #include <new>
 #include <optional>
 #include <png.h>
+#include <string_view>
 #include <utility>
 
 namespace velmont::io {
@@ -17,7 +18,14 @@ namespace {
 
 /// Deflate makes at most this many bytes of one.
 constexpr uint64_t kMostInflation = 1032;
-constexpr png_byte kResolutionChunk[] = {'p', 'H', 'Y', 's', 0};
+/// What is read besides pixels: the resolution, the colour profile, the notes of the camera, and texts, of which
+/// one is an XML packet.
+constexpr png_byte kReadChunks[] = "pHYs\0iCCP\0eXIf\0iTXt";
+constexpr int kReadChunkCount = 4;
+/// Each may grow to 8 MB.
+constexpr png_uint_32 kMostTexts = 20;
+constexpr char kProfileName[] = "ICC Profile";
+constexpr char kXmpName[] = "XML:com.adobe.xmp";
 
 /// What libpng reports to. libpng leaves a failed call by longjmp, so nothing that its callbacks or a guarded
 /// step hold may need a destructor; the text of the failure waits here until it is safe to throw.
@@ -56,12 +64,12 @@ bool attempt(png_structp png, const Step &step)
 /// Reads one file.
 class PngReader {
 public:
-    explicit PngReader(std::span<const uint8_t> file);
+    explicit PngReader(const EncodedFile &file);
     ~PngReader() { png_destroy_read_struct(&png_, &info_, nullptr); }
     PngReader(const PngReader &) = delete;
     PngReader &operator=(const PngReader &) = delete;
 
-    Picture read();
+    DecodedFile read();
 
 private:
     template <typename Step>
@@ -83,11 +91,13 @@ private:
     void readIndexAlpha();
     void setTransforms();
     void readRows(const DibTarget &target);
+    Metadata metadata();
     uint8_t *rowBuffer(const DibTarget &target, int line);
     void takeRow(const DibTarget &target, int line, const uint8_t *source);
 
     std::span<const uint8_t> rest_;
     uint64_t fileBytes_;
+    uint64_t maxPixels_;
     PngFailure failure_;
     png_structp png_;
     png_infop info_;
@@ -104,8 +114,8 @@ private:
     std::vector<uint8_t> alpha_;
 };
 
-PngReader::PngReader(std::span<const uint8_t> file)
-    : rest_(file), fileBytes_(file.size()),
+PngReader::PngReader(const EncodedFile &file)
+    : rest_(file.bytes), fileBytes_(file.bytes.size()), maxPixels_(file.maxPixels),
       png_(png_create_read_struct(PNG_LIBPNG_VER_STRING, &failure_, failPng, ignoreWarning)),
       info_(png_ ? png_create_info_struct(png_) : nullptr)
 {
@@ -131,8 +141,9 @@ void PngReader::readHeader()
     guarded([this] {
         // Chunks that say nothing about pixels are skipped unread, whatever is in them.
         png_set_keep_unknown_chunks(png_, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
-        png_set_keep_unknown_chunks(png_, PNG_HANDLE_CHUNK_AS_DEFAULT, kResolutionChunk, 1);
+        png_set_keep_unknown_chunks(png_, PNG_HANDLE_CHUNK_AS_DEFAULT, kReadChunks, kReadChunkCount);
         png_set_user_limits(png_, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
+        png_set_chunk_cache_max(png_, kMostTexts);
         png_set_check_for_invalid_index(png_, 0);
         png_set_read_fn(png_, this, readBytes);
         png_read_info(png_, info_);
@@ -141,7 +152,7 @@ void PngReader::readHeader()
     height_ = png_get_image_height(png_, info_);
     depth_ = png_get_bit_depth(png_, info_);
     colorType_ = png_get_color_type(png_, info_);
-    checkSize(Format::Png, width_, height_);
+    checkSize(Format::Png, width_, height_, maxPixels_);
     const unsigned pixelBits = depth_ * png_get_channels(png_, info_);
     if (rowBytes(width_, pixelBits) * height_ / kMostInflation > fileBytes_)
         throw endsEarly(Format::Png);
@@ -265,24 +276,47 @@ void PngReader::readRows(const DibTarget &target)
                     takeRow(target, line, row);
             }
         }
-        png_read_end(png_, nullptr);
+        png_read_end(png_, info_);
     });
 }
 
-Picture PngReader::read()
+Metadata PngReader::metadata()
+{
+    Metadata metadata;
+    png_charp name = nullptr;
+    int compression = 0;
+    png_bytep bytes = nullptr;
+    png_uint_32 count = 0;
+    if (png_get_iCCP(png_, info_, &name, &compression, &bytes, &count))
+        metadata.icc.assign(bytes, bytes + count);
+    if (png_get_eXIf_1(png_, info_, &count, &bytes))
+        metadata.exif.assign(bytes, bytes + count);
+    png_textp texts = nullptr;
+    int textCount = 0;
+    png_get_text(png_, info_, &texts, &textCount);
+    for (const png_text &text : std::span(texts, static_cast<std::size_t>(textCount)))
+        if (metadata.xmp.empty() && std::string_view(text.key) == kXmpName)
+            metadata.xmp.assign(text.text, text.text + text.itxt_length);
+    return metadata;
+}
+
+DecodedFile PngReader::read()
 {
     readHeader();
     DibTarget target(shape());
     readIndexAlpha();
     setTransforms();
     readRows(target);
-    return {target.finish(), std::move(alpha_)};
+    Picture picture{target.finish(), std::move(alpha_), metadata()};
+    if (depth_ == 16)
+        picture.notices.push_back(reducedNotice(depth_));
+    return {std::move(picture)};
 }
 
 /// Writes one file.
 class PngWriter {
 public:
-    explicit PngWriter(const DibSource &image);
+    explicit PngWriter(EncodeJob &job);
     ~PngWriter() { png_destroy_write_struct(&png_, &info_); }
     PngWriter(const PngWriter &) = delete;
     PngWriter &operator=(const PngWriter &) = delete;
@@ -301,9 +335,11 @@ private:
 
     int chooseColorType() const;
     void writeHeader();
+    void setMetadata();
     void writeRows();
     const uint8_t *rowOf(int y);
 
+    EncodeJob &job_;
     const DibSource &image_;
     PngFailure failure_;
     png_structp png_;
@@ -314,8 +350,9 @@ private:
     std::vector<uint8_t> file_;
 };
 
-PngWriter::PngWriter(const DibSource &image)
-    : image_(image), png_(png_create_write_struct(PNG_LIBPNG_VER_STRING, &failure_, failPng, ignoreWarning)),
+PngWriter::PngWriter(EncodeJob &job)
+    : job_(job), image_(job.image),
+      png_(png_create_write_struct(PNG_LIBPNG_VER_STRING, &failure_, failPng, ignoreWarning)),
       info_(png_ ? png_create_info_struct(png_) : nullptr), colorType_(chooseColorType())
 {
     if (info_)
@@ -346,8 +383,30 @@ int PngWriter::chooseColorType() const
     return image_.bits() == 24 ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_PALETTE;
 }
 
+void PngWriter::setMetadata()
+{
+    Metadata &metadata = job_.metadata;
+    if (!metadata.icc.empty())
+        png_set_iCCP(png_, info_, kProfileName, PNG_COMPRESSION_TYPE_BASE, metadata.icc.data(),
+                     static_cast<png_uint_32>(metadata.icc.size()));
+    if (!metadata.exif.empty())
+        png_set_eXIf_1(png_, info_, static_cast<png_uint_32>(metadata.exif.size()), metadata.exif.data());
+    if (metadata.xmp.empty())
+        return;
+    png_text text{};
+    text.compression = PNG_ITXT_COMPRESSION_NONE;
+    text.key = const_cast<char *>(kXmpName);
+    text.text = reinterpret_cast<char *>(metadata.xmp.data());
+    text.itxt_length = metadata.xmp.size() - 1;
+    png_set_text(png_, info_, &text, 1);
+}
+
 void PngWriter::writeHeader()
 {
+    fitProfile(job_, (colorType_ & PNG_COLOR_MASK_COLOR) == 0);
+    // libpng takes texts with a 0 at their end.
+    if (!job_.metadata.xmp.empty())
+        job_.metadata.xmp.push_back(0);
     for (unsigned i = 0; i < image_.colors(); ++i) {
         const DibColor &color = image_.palette()[i];
         palette_[i] = {color.red, color.green, color.blue};
@@ -364,10 +423,15 @@ void PngWriter::writeHeader()
             png_set_PLTE(png_, info_, palette_.data(), static_cast<int>(image_.colors()));
         if (image_.xPelsPerMeter() > 0 && image_.yPelsPerMeter() > 0)
             png_set_pHYs(png_, info_, image_.xPelsPerMeter(), image_.yPelsPerMeter(), PNG_RESOLUTION_METER);
+        // A profile that libpng finds fault with is left out instead of the whole file.
+        png_set_benign_errors(png_, 1);
+        setMetadata();
         png_write_info(png_, info_);
         if (colorType_ & PNG_COLOR_MASK_COLOR)
             png_set_bgr(png_);
     });
+    if (!job_.metadata.icc.empty() && !png_get_valid(png_, info_, PNG_INFO_iCCP))
+        job_.notices.emplace_back("the colour profile is damaged: it is not kept");
 }
 
 const uint8_t *PngWriter::rowOf(int y)
@@ -405,14 +469,14 @@ std::vector<uint8_t> PngWriter::write()
 
 } // namespace
 
-Picture decodePng(std::span<const uint8_t> file)
+DecodedFile decodePng(const EncodedFile &file)
 {
     return PngReader(file).read();
 }
 
-std::vector<uint8_t> encodePng(const DibSource &image)
+std::vector<uint8_t> encodePng(EncodeJob &job)
 {
-    return PngWriter(image).write();
+    return PngWriter(job).write();
 }
 
 } // namespace velmont::io

@@ -1,3 +1,4 @@
+#include "io/leftovers.h"
 #include "io/picture.h"
 #include <cerrno>
 #include <cstdio>
@@ -29,6 +30,12 @@ Error nameTaken(const std::filesystem::path &path)
     return failure(path, "exists already");
 }
 
+/// What the names of a process's temporary files begin with.
+std::string temporaryPrefix(pid_t process)
+{
+    return ".velmont-" + std::to_string(process) + "-";
+}
+
 /// What a name stands for, links not followed.
 std::optional<struct stat> statusOf(const std::filesystem::path &path)
 {
@@ -54,7 +61,7 @@ public:
         std::random_device random;
         for (int i = 0; i < kNamesTried && descriptor_ < 0; ++i) {
             name_ = target;
-            name_.replace_filename(".velmont-" + std::to_string(random()) + ".tmp");
+            name_.replace_filename(temporaryPrefix(::getpid()) + std::to_string(random()) + ".tmp");
             descriptor_ = ::open(name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
             if (descriptor_ < 0 && errno != EEXIST)
                 break;
@@ -175,6 +182,18 @@ void writeFile(const std::filesystem::path &path, std::span<const uint8_t> bytes
         file.replaceTarget();
     else
         file.becomeTarget();
+}
+
+void removeLeftovers(const std::filesystem::path &folder, pid_t process) noexcept
+{
+    const std::string prefix = temporaryPrefix(process);
+    std::error_code error;
+    std::filesystem::directory_iterator entry(folder.empty() ? "." : folder, error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+        const std::filesystem::path name = entry->path().filename();
+        if (name.native().starts_with(prefix) && name.extension() == ".tmp")
+            ::unlink(entry->path().c_str());
+    }
 }
 
 } // namespace velmont::io

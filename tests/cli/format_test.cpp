@@ -67,7 +67,8 @@ TEST_F(Formats, AnUnknownEndingIsRefusedBeforeAnyWork)
 {
     for (const std::string name : {"out.gif", "out", ".png"}) {
         expectRefusal({"apply", "negative", "missing.png", "-o", name}, 2,
-                      name + ": the ending names no format: use .png, .jpg, .jpeg, .jpe, .bmp or .dib");
+                      name + ": the ending names no format: use .png, .jpg, .jpeg, .jpe, .bmp, .dib, .tif, "
+                             ".tiff or .webp");
     }
 }
 

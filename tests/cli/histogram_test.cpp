@@ -110,7 +110,7 @@ TEST_F(HistogramCommand, RefusesAPaletteUnlessItMayConvert)
 TEST_F(HistogramCommand, RefusesWhatIsNoImage)
 {
     writeText("text.png", "no image");
-    expectRefusal({"histogram", "text.png"}, 3, "text.png: not a PNG, JPEG or BMP file");
+    expectRefusal({"histogram", "text.png"}, 3, "text.png: not a PNG, JPEG, BMP, TIFF or WebP file");
     expectRefusal({"histogram"}, 2, "histogram needs one image");
     expectRefusal({"histogram", "a.png", "b.png"}, 2, "histogram needs one image");
 }

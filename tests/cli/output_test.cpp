@@ -60,7 +60,8 @@ TEST_F(Output, PicturesBesideTheResultAreLookedAtBeforeTheInput)
     refused("moved.png", 2, "moved.png: exists already; pass --force to replace it");
     refused("out.png", 2, "out.png: is to be written twice");
     refused("moved.xyz", 2,
-            "moved.xyz: the ending names no format: use .png, .jpg, .jpeg, .jpe, .bmp or .dib");
+            "moved.xyz: the ending names no format: use .png, .jpg, .jpeg, .jpe, .bmp, .dib, .tif, .tiff or "
+            ".webp");
     EXPECT_EQ(textOf("moved.png"), "precious");
     EXPECT_EQ(files(), (Names{"in.png", "moved.png"}));
 }

@@ -48,15 +48,6 @@ std::string fieldsOf(const catalogue::Effect &effect)
     return names.empty() ? "; it takes none" : concat("; it takes ", joined(names));
 }
 
-/// Refuses a step that lacks a picture which its effect reads.
-void requireOperands(const Step &step)
-{
-    for (const catalogue::Operand &operand : step.effect->operands)
-        if (!operand.isResult &&
-            std::ranges::find(step.operands, &operand, &OperandFile::operand) == step.operands.end())
-            refuse(step.effect->name, " needs ", operand.name, "=FILE: ", operand.help);
-}
-
 /// Reads the words one after the other.
 class Parser {
 public:
@@ -78,15 +69,33 @@ public:
     {
         if (chain_.steps.empty())
             refuse("apply needs an effect and an image");
-        if (effectIsNext_)
-            refuse("\"then\" at the end needs an effect after it");
-        if (chain_.input.empty())
+        requireEnd();
+        if (chain_.inputs.empty())
             refuse("no image is given");
+        requireNoEffects();
         endStep();
         return std::move(chain_);
     }
 
+    std::vector<Step> finishSteps()
+    {
+        if (chain_.steps.empty())
+            refuse("no effect is given");
+        requireEnd();
+        if (!chain_.inputs.empty())
+            refuse("unexpected word ", inQuotes(chain_.inputs.front().string()),
+                   ": effects and their fields are expected");
+        endStep();
+        return std::move(chain_.steps);
+    }
+
 private:
+    void requireEnd() const
+    {
+        if (effectIsNext_)
+            refuse("\"then\" at the end needs an effect after it");
+    }
+
     void endStep()
     {
         requireOperands(chain_.steps.back());
@@ -114,13 +123,14 @@ private:
         if (const catalogue::Operand *const operand = catalogue::findOperand(*step.effect, name))
             return takeFile(step, *operand, value);
         const catalogue::Field &field = requireField(*step.effect, name);
-        storeValue(step.record.bytes.data(), *step.effect, field, value);
+        setField(step, field, value);
     }
 
     static void takeFile(Step &step, const catalogue::Operand &operand, std::string_view file)
     {
         if (file.empty())
             refuse(step.effect->name, ": ", operand.name, "= needs the name of a file");
+        requireFileName(file);
         step.operands.push_back({&operand, file});
     }
 
@@ -128,24 +138,24 @@ private:
     {
         if (word.empty())
             refuse("an image's name is empty");
-        if (!chain_.input.empty())
-            refuse("two images are given, ", inQuotes(chain_.input.string()), " and ", inQuotes(word),
-                   (isEffect(word) ? "; effects are joined by \"then\"" : ""));
-        chain_.input = word;
+        chain_.inputs.emplace_back(word);
+    }
+
+    /// Among several images an effect's name tells of a "then" that was left out.
+    void requireNoEffects() const
+    {
+        const auto named = std::ranges::find_if(
+            chain_.inputs, [&](const std::filesystem::path &input) { return isEffect(input.native()); });
+        if (chain_.inputs.size() > 1 && named != chain_.inputs.end())
+            refuse(inQuotes(named->native()),
+                   " is an effect, and effects are joined by \"then\"; an image of this "
+                   "name is given as ./",
+                   named->native());
     }
 
     bool isEffect(std::string_view word) const
     {
         return std::ranges::find(effects_, word, &catalogue::Effect::name) != effects_.end();
-    }
-
-    static const catalogue::Field &requireField(const catalogue::Effect &effect, std::string_view name)
-    {
-        const auto field = std::ranges::find(effect.fields, name, &catalogue::Field::name);
-        if (field != effect.fields.end())
-            return *field;
-        const std::string near = didYouMean(name, wordsOf(effect));
-        refuse(effect.name, ": there is no field ", inQuotes(name), near.empty() ? fieldsOf(effect) : near);
     }
 
     std::span<const catalogue::Effect> effects_;
@@ -167,6 +177,35 @@ const catalogue::Effect &requireEffect(std::span<const catalogue::Effect> effect
     refuse("there is no effect ", inQuotes(name), hint);
 }
 
+void setField(Step &step, const catalogue::Field &field, std::string_view value)
+{
+    storeValue(step.record.bytes.data(), *step.effect, field, value);
+    step.typed.push_back(&field);
+}
+
+const catalogue::Field &requireField(const catalogue::Effect &effect, std::string_view name)
+{
+    const auto field = std::ranges::find(effect.fields, name, &catalogue::Field::name);
+    if (field != effect.fields.end())
+        return *field;
+    const std::string near = didYouMean(name, wordsOf(effect));
+    refuse(effect.name, ": there is no field ", inQuotes(name), near.empty() ? fieldsOf(effect) : near);
+}
+
+void requireFileName(std::string_view name)
+{
+    if (name == "-")
+        refuse("-: only the image itself can come through a pipe; name a file, or ./- for one of that name");
+}
+
+void requireOperands(const Step &step)
+{
+    for (const catalogue::Operand &operand : step.effect->operands)
+        if (!operand.isResult &&
+            std::ranges::find(step.operands, &operand, &OperandFile::operand) == step.operands.end())
+            refuse(step.effect->name, " needs ", operand.name, "=FILE: ", operand.help);
+}
+
 bool looksLikeField(std::string_view word)
 {
     const std::string_view name = word.substr(0, word.find('='));
@@ -180,6 +219,30 @@ Chain parseChain(std::span<const std::string> words, std::span<const catalogue::
     for (const std::string &word : words)
         parser.take(word);
     return parser.finish();
+}
+
+std::vector<std::filesystem::path> parseImages(std::span<const std::string> words,
+                                               std::span<const catalogue::Effect> effects)
+{
+    for (const std::string &word : words) {
+        const bool isEffect = std::ranges::find(effects, word, &catalogue::Effect::name) != effects.end();
+        if (isEffect || word == kThen || looksLikeField(word))
+            refuse("--recipe brings the effects, ", inQuotes(word),
+                   " is one word too many; an image of that name is given as ./", word);
+        if (word.empty())
+            refuse("an image's name is empty");
+    }
+    if (words.empty())
+        refuse("no image is given");
+    return {words.begin(), words.end()};
+}
+
+std::vector<Step> parseSteps(std::span<const std::string> words, std::span<const catalogue::Effect> effects)
+{
+    Parser parser(effects);
+    for (const std::string &word : words)
+        parser.take(word);
+    return parser.finishSteps();
 }
 
 } // namespace velmont::cli

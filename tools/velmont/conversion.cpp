@@ -1,4 +1,5 @@
 #include "conversion.h"
+#include "exit_codes.h"
 #include "text.h"
 #include <algorithm>
 #include <array>
@@ -59,15 +60,15 @@ void setThreshold(Step &step)
 
 } // namespace
 
-bool isConversion(const Effect &effect)
+unsigned convertedDepth(const Effect &effect)
 {
-    return conversionNamed(effect.name) != nullptr;
+    const Conversion *const conversion = conversionNamed(effect.name);
+    return conversion ? conversion->result : 0;
 }
 
 bool isNeedless(const Effect &effect, unsigned depth)
 {
-    const Conversion *const conversion = conversionNamed(effect.name);
-    return conversion && conversion->result == depth;
+    return depth != 0 && convertedDepth(effect) == depth;
 }
 
 std::vector<Step> conversionFor(const Effect &effect, unsigned depth)
@@ -89,6 +90,27 @@ std::string stepNames(const std::vector<Step> &steps)
     for (const Step &step : steps)
         names.push_back(step.effect->name);
     return joined(names, " then ");
+}
+
+std::string depthText(unsigned depth)
+{
+    return depth == 0 ? "of an unknown depth"
+                      : std::string(catalogue::depthName(static_cast<catalogue::Depth>(depth)));
+}
+
+void refuseDepth(const Effect &effect, unsigned depth, const std::string &subject)
+{
+    const std::vector<Step> conversion = conversionFor(effect, depth);
+    const bool needless = isNeedless(effect, depth);
+    std::string advice =
+        concat("convert it first with ", inQuotes(stepNames(conversion) + " then ..."), " or pass --convert");
+    if (needless)
+        advice = "leave it out or pass --convert";
+    else if (conversion.empty())
+        advice = "no effect converts it";
+    throw Failure(ExitCode::Input,
+                  concat(effect.name, ": ", subject, " is ", depthText(depth), needless ? " already; " : "; ",
+                         effect.name, " takes ", catalogue::depthNames(effect.depths), "; ", advice));
 }
 
 } // namespace velmont::cli

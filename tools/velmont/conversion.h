@@ -9,8 +9,8 @@
 
 namespace velmont::cli {
 
-/// Whether an effect does nothing but change the depth: every pixel stays where it is.
-bool isConversion(const catalogue::Effect &effect);
+/// The depth that a conversion makes; 0 for any other effect.
+unsigned convertedDepth(const catalogue::Effect &effect);
 
 /// Whether an effect is the conversion to the depth that the image has already.
 bool isNeedless(const catalogue::Effect &effect, unsigned depth);
@@ -22,5 +22,13 @@ std::vector<Step> conversionFor(const catalogue::Effect &effect, unsigned depth)
 
 /// "to-gray then to-1-bit": the names of steps as they are typed.
 std::string stepNames(const std::vector<Step> &steps);
+
+/// "24-bit", also for a block of unknown depth.
+std::string depthText(unsigned depth);
+
+/// Refuses an image for its depth, with advice.
+/// \param subject the image's name in messages
+/// \throws Failure with ExitCode::Input
+[[noreturn]] void refuseDepth(const catalogue::Effect &effect, unsigned depth, const std::string &subject);
 
 } // namespace velmont::cli

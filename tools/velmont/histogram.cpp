@@ -2,7 +2,9 @@
 #include "catalogue/effect.h"
 #include "exit_codes.h"
 #include "field_value.h"
+#include "input_file.h"
 #include "io/picture.h"
+#include "standard_streams.h"
 #include "text.h"
 #include <algorithm>
 #include <array>
@@ -34,15 +36,6 @@ struct Histogram {
     int height = 0;
     std::vector<Channel> channels;
 };
-
-io::Picture readImage(const std::filesystem::path &input)
-{
-    try {
-        return io::readPicture(input);
-    } catch (const io::Error &error) {
-        throw Failure(ExitCode::Input, error.what());
-    }
-}
 
 /// Brings a paletted image to 24 bits, when that is allowed.
 void makeCountable(io::Picture &picture, const std::string &name, bool convert)
@@ -80,8 +73,8 @@ std::vector<Channel> takeChannels(unsigned char *bytes)
 
 Histogram count(const std::filesystem::path &input, bool convert)
 {
-    io::Picture picture = readImage(input);
-    makeCountable(picture, input.string(), convert);
+    io::Picture picture = readInput(input);
+    makeCountable(picture, inputName(input), convert);
     Histogram histogram;
     GetDibSize(picture.dib.get(), &histogram.width, &histogram.height);
     unsigned char *const record = GetHistogram(picture.dib.get());
@@ -195,7 +188,7 @@ std::string asJson(const Histogram &histogram)
 std::string histogramText(const std::filesystem::path &input, const HistogramOptions &options)
 {
     const Histogram histogram = count(input, options.convert);
-    return options.json ? asJson(histogram) : asText(histogram, input.string());
+    return options.json ? asJson(histogram) : asText(histogram, inputName(input));
 }
 
 } // namespace velmont::cli

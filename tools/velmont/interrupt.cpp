@@ -7,6 +7,7 @@ namespace velmont::cli {
 namespace {
 
 volatile std::sig_atomic_t requested = 0;
+const std::atomic<bool> *sharedFlag = nullptr;
 
 void remember(int)
 {
@@ -33,14 +34,19 @@ void watchInterrupts()
     watch(SIGTERM);
 }
 
+void watchFlag(const std::atomic<bool> *flag)
+{
+    sharedFlag = flag;
+}
+
 int interruptRequested()
 {
-    return requested != 0 ? 1 : 0;
+    return requested != 0 || (sharedFlag && *sharedFlag) ? 1 : 0;
 }
 
 void stopIfInterrupted()
 {
-    if (requested != 0)
+    if (interruptRequested())
         throw Failure(ExitCode::Aborted, "aborted");
 }
 

@@ -75,6 +75,7 @@ io::DibHandle fitted(io::DibHandle picture, OperandKind kind, void *dib)
 io::DibHandle readOperand(const std::filesystem::path &file, OperandKind kind, void *dib,
                           const std::string &subject)
 {
+    requireFileName(file.string());
     io::Picture picture;
     try {
         picture = io::readPicture(file);

@@ -1,11 +1,15 @@
 #include "output_file.h"
 #include "exit_codes.h"
 #include "interrupt.h"
+#include "nearest_name.h"
 #include "notes.h"
+#include "standard_streams.h"
 #include "text.h"
 #include <algorithm>
+#include <cerrno>
 #include <string>
 #include <system_error>
+#include <unistd.h>
 #include <vector>
 
 namespace velmont::cli {
@@ -14,64 +18,142 @@ namespace {
 
 namespace fs = std::filesystem;
 
-io::Format outputFormat(const fs::path &output)
+std::string formatWords()
 {
-    const auto format = io::formatOfName(output);
-    if (!format)
-        throw Failure(ExitCode::Usage, output.string() +
-                                           ": the ending names no format: use .png, .jpg, .jpeg, "
-                                           ".jpe, .bmp or .dib");
-    return *format;
+    const auto words = io::formatWords();
+    return joined({words.begin(), words.end()});
+}
+
+std::string formatEndings()
+{
+    const auto endings = io::formatEndings();
+    return joined({endings.begin(), endings.end()});
+}
+
+template <typename... Pieces>
+[[noreturn]] void refuse(ExitCode code, const Pieces &...pieces)
+{
+    throw Failure(code, concat(pieces...));
 }
 
 /// What can be known about a file to be written before any work is done.
-void checkOutput(const fs::path &output, bool force)
+void checkFile(const fs::path &output, bool force)
 {
     std::error_code ignored;
     if (fs::is_directory(output, ignored))
-        throw Failure(ExitCode::Output, concat(output.string(), ": is a folder"));
+        refuse(ExitCode::Output, output.string(), ": is a folder");
     if (!force && fs::exists(fs::symlink_status(output, ignored)))
-        throw Failure(ExitCode::Usage,
-                      concat(output.string(), ": exists already; pass --force to replace it"));
+        refuse(ExitCode::Usage, output.string(), ": exists already; pass --force to replace it");
     const fs::path folder = output.parent_path();
     if (!folder.empty() && !fs::is_directory(folder, ignored))
-        throw Failure(ExitCode::Output, concat(output.string(), ": there is no folder ", folder.string()));
+        refuse(ExitCode::Output, output.string(), ": there is no folder ", folder.string());
 }
 
-void fitToFormat(io::Picture &picture, const fs::path &output, const OutputOptions &options)
+void checkOutput(const fs::path &output, const OutputOptions &options)
 {
-    const io::Format format = outputFormat(output);
+    outputFormat(output, options);
+    if (isStandardStream(output))
+        requirePipedOutput();
+    else
+        checkFile(output, options.force);
+}
+
+void note(const fs::path &output, const OutputOptions &options, const std::string &text)
+{
+    if (!options.quiet)
+        say(concat(outputName(output), ": ", text));
+}
+
+void fitToFormat(io::Picture &picture, io::Format format, const fs::path &output,
+                 const OutputOptions &options)
+{
     const std::string_view name = io::formatName(format);
     if (!picture.alpha.empty() && !io::keepsAlpha(format)) {
         picture.alpha.clear();
-        if (!options.quiet)
-            say(concat(output.string(), ": alpha is dropped: ", name, " has none"));
+        note(output, options, concat("alpha is dropped: ", name, " has none"));
     }
-    if (options.jpegQuality && format != io::Format::Jpeg && !options.quiet)
-        say(concat(output.string(), ": --quality means nothing to ", name));
+    if (options.jpegQuality && !io::hasQuality(format))
+        note(output, options, concat("--quality means nothing to ", name));
+}
+
+void writeBytes(std::span<const uint8_t> bytes, const fs::path &output, const OutputOptions &options)
+{
+    if (isStandardStream(output))
+        writeStandardOutput(bytes);
+    else
+        io::writeFile(output, bytes, options.force ? io::Existing::Replace : io::Existing::Keep);
 }
 
 } // namespace
 
-void checkOutputs(std::span<const fs::path> outputs, bool force)
+io::Format outputFormat(const fs::path &output, const OutputOptions &options)
+{
+    if (options.format)
+        return *options.format;
+    if (isStandardStream(output))
+        refuse(ExitCode::Usage, "-o - needs --format FORMAT: ", formatWords());
+    const auto format = io::formatOfName(output);
+    if (!format)
+        refuse(ExitCode::Usage, output.string(), ": the ending names no format: use one of ", formatEndings(),
+               ", or --format");
+    return *format;
+}
+
+std::string outputName(const fs::path &output)
+{
+    return isStandardStream(output) ? "standard output" : output.string();
+}
+
+void checkWritable(const fs::path &output)
+{
+    if (isStandardStream(output))
+        return;
+    const fs::path folder = output.has_parent_path() ? output.parent_path() : ".";
+    if (access(folder.c_str(), W_OK | X_OK) != 0)
+        refuse(ExitCode::Output, output.string(), ": cannot write into the folder ", folder.string(), ": ",
+               std::error_code(errno, std::generic_category()).message());
+}
+
+OutputOptions besides(const OutputOptions &options)
+{
+    OutputOptions others = options;
+    others.format.reset();
+    return others;
+}
+
+io::Format parseFormat(std::string_view word)
+{
+    const auto format = io::formatOfWord(word);
+    if (!format)
+        refuse(ExitCode::Usage, "--format=", word, " is not one of ", formatWords(),
+               didYouMean(word, io::formatWords()));
+    return *format;
+}
+
+void checkOutputs(std::span<const fs::path> outputs, const OutputOptions &options)
 {
     for (auto output = outputs.begin(); output != outputs.end(); ++output) {
-        outputFormat(*output);
-        checkOutput(*output, force);
+        const bool isResult = output == outputs.begin();
+        if (!isResult && isStandardStream(*output))
+            refuse(ExitCode::Usage, "-: only the result can go to standard output; name a file");
+        checkOutput(*output, isResult ? options : besides(options));
         if (std::find(outputs.begin(), output, *output) != output)
-            throw Failure(ExitCode::Usage, concat(output->string(), ": is to be written twice"));
+            refuse(ExitCode::Usage, output->string(), ": is to be written twice");
     }
 }
 
 void writeOutput(io::Picture &picture, const fs::path &output, const OutputOptions &options)
 {
-    fitToFormat(picture, output, options);
-    io::EncodeOptions encodeOptions;
-    encodeOptions.jpegQuality = options.jpegQuality.value_or(encodeOptions.jpegQuality);
+    const io::Format format = outputFormat(output, options);
+    fitToFormat(picture, format, output, options);
+    std::vector<std::string> notices;
     try {
-        const std::vector<uint8_t> bytes = io::encode(picture, outputFormat(output), encodeOptions);
+        const std::vector<uint8_t> bytes =
+            io::encode(picture, format, {options.jpegQuality, options.strip, &notices});
+        for (const std::string &notice : notices)
+            note(output, options, notice);
         stopIfInterrupted();
-        io::writeFile(output, bytes, options.force ? io::Existing::Replace : io::Existing::Keep);
+        writeBytes(bytes, output, options);
     } catch (const io::Error &error) {
         throw Failure(ExitCode::Output, error.what());
     }

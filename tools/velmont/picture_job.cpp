@@ -1,5 +1,11 @@
 #include "picture_job.h"
-#include "exit_codes.h"
+#include "dry_run.h"
+#include "input_file.h"
+#include "kept_notes.h"
+#include "notes.h"
+#include "standard_streams.h"
+#include "stopwatch.h"
+#include "text.h"
 
 namespace velmont::cli {
 
@@ -7,13 +13,38 @@ namespace {
 
 namespace fs = std::filesystem;
 
-io::Picture readInput(const fs::path &input)
+/// The result of a task and how long it took.
+template <typename Task>
+auto timed(double &seconds, const Task &task)
 {
-    try {
-        return io::readPicture(input);
-    } catch (const io::Error &error) {
-        throw Failure(ExitCode::Input, error.what());
-    }
+    const Stopwatch watch;
+    auto result = task();
+    seconds += watch.seconds();
+    return result;
+}
+
+void writeAll(io::Picture &picture, Runner &runner, const fs::path &output, const OutputOptions &options)
+{
+    writeOutput(picture, output, options);
+    for (NamedPicture &made : runner.made())
+        writeOutput(made.picture, made.file, besides(options));
+}
+
+void runSteps(io::Picture &picture, const std::vector<Step> &steps, const JobOptions &options,
+              JobReport &report)
+{
+    const std::string name = inputName(report.input);
+    Selection selection(picture, steps, options.selection, options.run, name);
+    Runner runner(picture, name, options.run);
+    runner.run(steps);
+    selection.compose(picture);
+    report.steps = runner.times();
+    report.after = shapeOf(picture.dib.get());
+    for (const NamedPicture &made : runner.made())
+        report.made.push_back(made.file);
+    const Stopwatch watch;
+    writeAll(picture, runner, report.output, options.output);
+    report.writeSeconds = watch.seconds();
 }
 
 } // namespace
@@ -28,19 +59,27 @@ std::vector<fs::path> outputsOf(const PictureJob &job, const std::vector<Step> &
     return outputs;
 }
 
-void runJob(const PictureJob &job, const StepsFor &stepsFor, const JobOptions &options)
+JobReport runJob(const PictureJob &job, const StepsFor &stepsFor, const JobOptions &options)
 {
-    const std::string name = job.input.string();
-    io::Picture picture = readInput(job.input);
+    const KeptNotes notes;
+    const Stopwatch watch;
+    JobReport report;
+    report.input = job.input;
+    report.output = job.output;
+    io::Picture picture = timed(report.readSeconds, [&] { return readInput(job.input, options.decode); });
+    if (!options.run.quiet)
+        for (const std::string &notice : picture.notices)
+            say(concat(inputName(job.input), ": ", notice));
+    report.before = report.after = shapeOf(picture.dib.get());
     const std::vector<Step> steps = stepsFor(picture.dib.get());
-    checkOutputs(outputsOf(job, steps), options.output.force);
-    Selection selection(picture, options.selection, name);
-    Runner runner(picture, name, options.run);
-    runner.run(steps);
-    selection.compose(picture);
-    writeOutput(picture, job.output, options.output);
-    for (NamedPicture &made : runner.made())
-        writeOutput(made.picture, made.file, options.output);
+    checkOutputs(outputsOf(job, steps), options.output);
+    if (options.dryRun)
+        planSteps(picture, steps, options, report);
+    else
+        runSteps(picture, steps, options, report);
+    report.notes = notes.lines();
+    report.seconds = watch.seconds();
+    return report;
 }
 
 } // namespace velmont::cli

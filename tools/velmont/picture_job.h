@@ -3,6 +3,7 @@
 /// \file
 /// One image on its way from a file through effects into another.
 
+#include "job_report.h"
 #include "output_file.h"
 #include "runner.h"
 #include "selection.h"
@@ -17,12 +18,15 @@ struct JobOptions {
     OutputOptions output;
     SelectionOptions selection;
     RunOptions run;
+    io::DecodeOptions decode = {};
+    bool dryRun = false; ///< check everything, run and write nothing
 };
 
-/// The steps for a picture, once it has been read.
+/// The steps for a picture, once it has been read. Before (null) they tell what is wrong with the words that ask for
+/// them, and which files they need and make.
 using StepsFor = std::function<std::vector<Step>(void *dib)>;
 
-/// An image and where its result goes.
+/// An image and where its result goes; "-" is standard input and standard output.
 struct PictureJob {
     std::filesystem::path input, output;
 };
@@ -30,8 +34,8 @@ struct PictureJob {
 /// Every file that steps write for an image, its result first.
 std::vector<std::filesystem::path> outputsOf(const PictureJob &job, const std::vector<Step> &steps);
 
-/// Reads, runs and writes; the output appears whole or not at all.
+/// Reads, runs and writes; the output appears whole or not at all. A dry run reads and checks only.
 /// \throws Failure
-void runJob(const PictureJob &job, const StepsFor &stepsFor, const JobOptions &options);
+JobReport runJob(const PictureJob &job, const StepsFor &stepsFor, const JobOptions &options);
 
 } // namespace velmont::cli

@@ -5,6 +5,8 @@
 /// down to.
 
 #include "chain.h"
+#include "measures.h"
+#include <array>
 #include <optional>
 #include <string>
 #include <vector>
@@ -63,7 +65,16 @@ struct StampRequest {
     std::optional<std::string> at, size, color, strength, polarity, blend;
 };
 
-/// The steps that do it to this picture; none where it is to stay as it is.
+/// Refuses a pixel outside a picture.
+/// \param typed the option and its value \param subject the picture's name in the message
+/// \throws Failure with ExitCode::Usage that names the picture's size
+void requireInside(std::string_view typed, TypedPoint at, void *dib, std::string_view subject);
+
+/// Makes a mask of the connected pixels of similar colour around one, counted from the top.
+Step magicMaskStep(TypedPoint at, const std::array<int, 3> &tolerance);
+
+/// The steps that do it to this picture; none where it is to stay as it is. Without a picture (null) they are about
+/// the ones, and only what was typed is looked at.
 /// \throws Failure with ExitCode::Usage for what is not understood
 std::vector<Step> resizeSteps(const ResizeRequest &request, void *dib);
 std::vector<Step> cropSteps(const CropRequest &request, void *dib);

@@ -13,6 +13,7 @@ namespace velmont::cli {
 namespace {
 
 Progress *current = nullptr;
+std::atomic<int> *listener = nullptr;
 
 /// Ctrl-C is echoed behind the line as two characters.
 constexpr std::size_t kEchoColumns = 2;
@@ -33,6 +34,11 @@ void put(const std::string &text)
     std::fflush(stderr);
 }
 
+bool isPlain(std::string_view line)
+{
+    return std::ranges::all_of(line, [](char character) { return character >= ' ' && character <= '~'; });
+}
+
 } // namespace
 
 std::string progressLine(std::string_view title, int percent, std::size_t columns)
@@ -49,10 +55,42 @@ std::string progressLine(std::string_view title, int percent, std::size_t column
     return concat(title, " [", std::string(done, '#'), std::string(bar - done, '.'), "] ", number);
 }
 
-Progress::Progress(bool wanted) : visible_(wanted && isatty(STDERR_FILENO) == 1)
+StatusLine::StatusLine(bool wanted) : visible_(wanted && isatty(STDERR_FILENO) == 1) {}
+
+std::size_t StatusLine::columns()
+{
+    const std::size_t columns = terminalColumns();
+    return columns - std::min(columns, kEchoColumns);
+}
+
+/// A line in plain letters covers a shorter one. How much others cover only the terminal knows.
+void StatusLine::show(std::string line)
+{
+    if (!visible_ || line == shown_)
+        return;
+    if (line.size() < shown_.size() || !isPlain(line))
+        clear();
+    put(concat("\r", line));
+    shown_ = std::move(line);
+}
+
+void StatusLine::clear()
+{
+    if (shown_.empty())
+        return;
+    put(concat("\r", std::string(terminalColumns(), ' '), "\r"));
+    shown_.clear();
+}
+
+void sendProgressTo(std::atomic<int> *hundredths)
+{
+    listener = hundredths;
+}
+
+Progress::Progress(bool wanted) : line_(wanted && !listener)
 {
     current = this;
-    SetProcessEnvironment(interruptRequested, visible_ ? report : nullptr);
+    SetProcessEnvironment(interruptRequested, line_.isVisible() || listener ? report : nullptr);
 }
 
 Progress::~Progress()
@@ -66,14 +104,7 @@ void Progress::begin(std::string title)
 {
     title_ = std::move(title);
     percent_ = -1;
-}
-
-void Progress::clear()
-{
-    if (!shown_)
-        return;
-    put(concat("\r", std::string(terminalColumns(), ' '), "\r"));
-    shown_ = false;
+    ++effectsBegun_;
 }
 
 void Progress::report(int percent)
@@ -87,9 +118,9 @@ void Progress::show(int percent)
     if (percent == percent_)
         return;
     percent_ = percent;
-    const std::size_t columns = terminalColumns();
-    put(concat("\r", progressLine(title_, percent, columns - std::min(columns, kEchoColumns))));
-    shown_ = true;
+    if (listener)
+        *listener = (effectsBegun_ - 1) * 100 + std::clamp(percent, 0, 100);
+    line_.show(progressLine(title_, percent, StatusLine::columns()));
 }
 
 } // namespace velmont::cli

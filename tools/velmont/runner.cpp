@@ -2,7 +2,9 @@
 #include "conversion.h"
 #include "exit_codes.h"
 #include "interrupt.h"
+#include "levels.h"
 #include "notes.h"
+#include "stopwatch.h"
 #include "text.h"
 #include <algorithm>
 #include <iterator>
@@ -22,31 +24,52 @@ std::pair<int, int> sizeOf(void *dib)
     return size;
 }
 
-std::string depthText(unsigned depth)
+/// Whether a person chose the colour of what an effect leaves free; a recipe's value may be told by its difference only.
+bool isChosen(const Step &step, const catalogue::Field &field)
 {
-    return depth == 0 ? "of an unknown depth"
-                      : std::string(catalogue::depthName(static_cast<catalogue::Depth>(depth)));
+    return std::ranges::find(step.typed, &field) != step.typed.end() ||
+           field.load(step.record.bytes.data()) != field.defaultValue;
 }
 
-/// Whether an effect puts pixels elsewhere, so that alpha beside the picture would belong to others.
-bool movesPixels(const Effect &effect)
+/// The parameters for the alpha beside a picture: what the effect leaves free is transparent, but opaque in a colour that
+/// was chosen.
+catalogue::Record recordForAlpha(const Step &step)
 {
-    return effect.family == catalogue::Family::Geometry && !isConversion(effect);
+    constexpr double transparent = 0, opaque = 0xFFFFFF;
+    catalogue::Record record = step.record;
+    for (const catalogue::Field &field : step.effect->fields)
+        if (field.fillsGaps)
+            field.store(record.bytes.data(), isChosen(step, field) ? opaque : transparent);
+    return record;
+}
+
+/// Why alpha cannot follow.
+std::string_view reasonToDrop(const Effect &effect)
+{
+    switch (effect.motion) {
+    case catalogue::Motion::None:
+        return " changed the image's size";
+    case catalogue::Motion::ByContent:
+        return " moves pixels by their colours, which alpha cannot follow";
+    default:
+        return " moved the image's pixels, and alpha cannot follow";
+    }
 }
 
 } // namespace
 
 Runner::Runner(io::Picture &picture, std::string name, RunOptions options)
-    : picture_(picture), name_(std::move(name)), options_(options), progress_(!options.quiet)
+    : picture_(picture), name_(std::move(name)), options_(options), progress_(!options.quiet),
+      randomness_(options.seed)
 {
 }
 
 void Runner::run(const std::vector<Step> &steps)
 {
-    for (std::size_t i = 0; i < steps.size(); ++i) {
+    for (index_ = 0; index_ < steps.size(); ++index_) {
         if (steps.size() > 1)
-            position_ = concat(std::to_string(i + 1), "/", std::to_string(steps.size()), " ");
-        runStep(steps[i]);
+            position_ = concat(std::to_string(index_ + 1), "/", std::to_string(steps.size()), " ");
+        runStep(steps[index_]);
     }
     stopIfInterrupted();
 }
@@ -70,7 +93,7 @@ void Runner::makeAcceptable(const Effect &effect, unsigned depth)
 {
     const std::vector<Step> conversion = conversionFor(effect, depth);
     if (!options_.convert || conversion.empty())
-        refuse(effect, depth);
+        refuseDepth(effect, depth, subject());
     note(concat(effect.name, ": ", subject(), " is ", depthText(depth), "; converted first with ",
                 inQuotes(stepNames(conversion))));
     for (const Step &step : conversion)
@@ -79,21 +102,33 @@ void Runner::makeAcceptable(const Effect &effect, unsigned depth)
 
 void Runner::call(const Step &step, const std::string &title)
 {
-    stopIfInterrupted();
     const auto size = sizeOf(picture_.dib.get());
-    catalogue::Record record = step.record;
-    StepOperands operands(step, record, picture_.dib.get(), subject());
-    progress_.begin(title);
-    void *const result = catalogue::apply(*step.effect, picture_.dib.get(), record);
-    progress_.clear();
-    std::ranges::move(operands.takeMade(), std::back_inserter(made_));
-    if (result)
-        replaceDib(result);
+    times_.push_back({std::string(step.effect->name), 0,
+                      static_cast<uint64_t>(size.first) * static_cast<uint64_t>(size.second)});
+    Run run = runOn(picture_.dib.get(), step, step.record, title);
+    std::ranges::move(run.made, std::back_inserter(made_));
+    if (run.result)
+        replaceDib(run.result);
     stopIfInterrupted();
-    if (!result)
+    if (!run.result)
         throw Failure(ExitCode::NoResult, concat(step.effect->name, ": ", subject(),
                                                  ": no result: out of memory, or nothing to do"));
-    reviewAlpha(*step.effect, sizeOf(result) != size);
+    carryAlpha(step, title, size);
+}
+
+Runner::Run Runner::runOn(void *dib, const Step &step, const catalogue::Record &given,
+                          const std::string &title)
+{
+    stopIfInterrupted();
+    catalogue::Record record = given;
+    StepOperands operands(step, record, dib, subject());
+    progress_.begin(title);
+    randomness_.start(index_);
+    const Stopwatch watch;
+    void *const result = catalogue::apply(*step.effect, dib, record);
+    times_.back().seconds += watch.seconds();
+    progress_.clear();
+    return {result, operands.takeMade()};
 }
 
 /// Some effects return the image that they were given.
@@ -103,28 +138,32 @@ void Runner::replaceDib(void *result)
         picture_.dib = io::DibHandle(result);
 }
 
-void Runner::reviewAlpha(const Effect &effect, bool sizeChanged)
+void Runner::carryAlpha(const Step &step, const std::string &title, std::pair<int, int> sizeBefore)
 {
-    if (picture_.alpha.empty() || !(sizeChanged || movesPixels(effect)))
+    const Effect &effect = *step.effect;
+    const bool resized = sizeOf(picture_.dib.get()) != sizeBefore;
+    if (picture_.alpha.empty() || (!resized && effect.motion == catalogue::Motion::None))
         return;
-    picture_.alpha.clear();
-    note(concat(name_, ": alpha is dropped: ", effect.name,
-                sizeChanged ? " changed the image's size" : " moved the image's pixels"));
+    picture_.alpha = movedAlpha(step, title, sizeBefore);
+    if (picture_.alpha.empty())
+        note(concat(name_, ": alpha is dropped: ", effect.name, reasonToDrop(effect)));
 }
 
-void Runner::refuse(const Effect &effect, unsigned depth) const
+/// The alpha as a gray image of its own through the same effect, with the same random numbers.
+/// \return empty where that is not possible
+std::vector<uint8_t> Runner::movedAlpha(const Step &step, const std::string &title,
+                                        std::pair<int, int> sizeBefore)
 {
-    const std::vector<Step> conversion = conversionFor(effect, depth);
-    const bool needless = isNeedless(effect, depth);
-    std::string advice =
-        concat("convert it first with ", inQuotes(stepNames(conversion) + " then ..."), " or pass --convert");
-    if (needless)
-        advice = "leave it out or pass --convert";
-    else if (conversion.empty())
-        advice = "no effect converts it";
-    throw Failure(ExitCode::Input, concat(effect.name, ": ", subject(), " is ", depthText(depth),
-                                          needless ? " already; " : "; ", effect.name, " takes ",
-                                          catalogue::depthNames(effect.depths), "; ", advice));
+    const Effect &effect = *step.effect;
+    if (effect.motion != catalogue::Motion::ByPlace || (effect.depths & catalogue::Depth8Gray) == 0)
+        return {};
+    io::DibHandle alpha = grayOf(picture_.alpha, sizeBefore.first, sizeBefore.second);
+    const Run run = runOn(alpha.get(), step, recordForAlpha(step), concat(title, ", alpha"));
+    const io::DibHandle moved = run.result == alpha.get() ? std::move(alpha) : io::DibHandle(run.result);
+    stopIfInterrupted();
+    const bool fits = moved && sizeOf(moved.get()) == sizeOf(picture_.dib.get()) &&
+                      catalogue::depthOf(moved.get()) == catalogue::Depth8Gray;
+    return fits ? levelsOf(moved.get()) : std::vector<uint8_t>();
 }
 
 std::string Runner::subject() const

@@ -3,6 +3,7 @@
 /// \file
 /// Putting lines together.
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -41,5 +42,12 @@ inline std::string joined(const std::vector<std::string_view> &words, std::strin
         text.append(text.empty() ? std::string_view() : separator).append(word);
     return text;
 }
+
+/// The text fit for one line of a terminal: control characters, as file names may have them, and bytes that are not
+/// UTF-8 stand as "\n", "\t" or "\x1b".
+std::string printable(std::string_view text);
+
+/// As much of a printable text's beginning as fits into some columns.
+std::string_view cutToColumns(std::string_view line, std::size_t columns);
 
 } // namespace velmont::cli
