@@ -222,7 +222,7 @@ TEST_F(Batch, RefusesNamesThatCannotBeBeforeAnyWork)
     expectRefusal({"apply", "negative", "a.png", "b.png", "-o", "mask.png"}, 2,
                   "mask.png: is no folder; several images need one: -o DIR");
     expectRefusal({"apply", "negative", "a.png", "b.png", "-o", "new.png"}, 2,
-                  "new.png names a file and 2 images are given, \"a.png\" and \"b.png\"; several results "
+                  "new.png names a file and 2 images are given, \"a.png\" and \"b.png\"; results "
                   "need a folder: -o DIR, or -o new.png/");
     expectRefusal({"apply", "negative", "a.png", "-o", "new.png", "--name", "{n}.png"}, 2,
                   "--name is for results in a folder: -o DIR/");

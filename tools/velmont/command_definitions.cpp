@@ -23,6 +23,17 @@ move; colours are not multiplied by it.
 
 )";
 
+constexpr auto kFolderFooter =
+    R"(Several INPUTs go into a folder, -o DIR, which is made if it is missing; so does one INPUT where OUTPUT is a folder or
+ends in a slash. A folder as INPUT stands for the pictures in it, without those in its own folders. Results keep the
+names of the images. --name takes another PATTERN with {stem} and {ext}, the two parts of an image's name, {n}, a
+running number, and {effect}; {{ and }} are braces. Files made besides, as in newAlpha={stem}-mask.png, take patterns too.
+Images are worked on by as many processes as there are cores, or fewer if the largest image, taken six times in full
+colour, does not fit so often into memory; --jobs N says how many whatever it takes. Results do not depend on it. An
+image that fails leaves the others alone.
+
+)";
+
 std::string exitCodesText()
 {
     std::string text = "Exit codes:";
@@ -110,7 +121,7 @@ CLI::App *addPictureCommand(CLI::App &app, Request &request, const std::string &
                             const std::string &options, const std::string &help)
 {
     CLI::App *const command = addCommand(app, name, concat("INPUT... ", options, " -o OUTPUT"), help);
-    command->footer(exitCodesText());
+    command->footer(concat(kFolderFooter, exitCodesText()));
     command->add_option("INPUT", request.words, "The images, or folders of them");
     addOutputOptions(*command, request);
     return command;
@@ -241,7 +252,7 @@ void defineCommands(CLI::App &app, Request &request)
     CLI::App *const apply = addCommand(
         app, "apply", "EFFECT [field=value ...] [then EFFECT [field=value ...]]... INPUT... -o OUTPUT",
         "Run effects on images");
-    apply->footer(concat(kApplyFooter, exitCodesText()));
+    apply->footer(concat(kApplyFooter, kFolderFooter, exitCodesText()));
     apply->add_option("words", request.words, "Effects with their fields, and the images");
     addOutputOptions(*apply, request);
     addSelectionOptions(*apply, request);

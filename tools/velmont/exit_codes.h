@@ -17,7 +17,7 @@ enum class ExitCode {
     Input = 3,      ///< the image cannot be read, or an effect refuses its depth
     Output = 4,     ///< the result cannot be written
     NoResult = 5,   ///< an effect gave nothing back: no memory, or nothing to do
-    SomeFailed = 6, ///< some of several images; the others are written
+    SomeFailed = 6, ///< some or all of several images; the others are written
     Aborted = 130,
 };
 
@@ -35,8 +35,8 @@ inline constexpr std::array kExitCodes{
     ExitCodeHelp{ExitCode::Input, "the image cannot be read, or an effect does not take its depth"},
     ExitCodeHelp{ExitCode::Output, "the result cannot be written"},
     ExitCodeHelp{ExitCode::NoResult, "an effect gave no result: out of memory, or nothing to do"},
-    ExitCodeHelp{ExitCode::SomeFailed, "some of several images failed; the others are written"},
-    ExitCodeHelp{ExitCode::Aborted, "aborted with Ctrl-C; nothing is written"},
+    ExitCodeHelp{ExitCode::SomeFailed, "some or all of several images failed; the others are written"},
+    ExitCodeHelp{ExitCode::Aborted, "aborted with Ctrl-C; no file is half written"},
 };
 
 /// Ends the program: one line for standard error, without the program's name, and the code to exit with.

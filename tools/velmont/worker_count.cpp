@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 
 constexpr uint64_t kBytesPerPixel = 3;
 /// How often an image in full colour is held at a time, and a little for what heavy effects take besides.
-constexpr uint64_t kCopies = 5;
+constexpr uint64_t kCopies = 6;
 /// Of a file whose size is not declared where it is looked for.
 constexpr uint64_t kUnpackedTimes = 8;
 /// What a process takes before it has seen an image.
