@@ -30,8 +30,7 @@ constexpr std::array kMaskCropFields{
                                            .defaultValue = 0xFFFFFF,
                                            .help =
                                                "of 24-bit pictures where nothing is selected; others have "
-                                               "their first colour there",
-                                           .fillsGaps = true}),
+                                               "their first colour there"}),
 };
 static_assert(coverRecord<MaskCropArguments>(kMaskCropFields, sizeof(void *)));
 

@@ -59,8 +59,6 @@ TEST(Conversion, IsNeedlessToTheDepthThatIsThere)
     EXPECT_TRUE(cli::isNeedless(*to24, Depth24));
     EXPECT_FALSE(cli::isNeedless(*to24, Depth1));
     EXPECT_FALSE(cli::isNeedless(blend(), Depth24));
-    EXPECT_TRUE(cli::isConversion(*to24));
-    EXPECT_FALSE(cli::isConversion(blend()));
 }
 
 } // namespace

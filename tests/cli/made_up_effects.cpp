@@ -88,6 +88,13 @@ constexpr Effect withOperands(Effect effect, std::span<const catalogue::Operand>
     return effect;
 }
 
+constexpr Effect withMotion(Effect effect, catalogue::Motion motion, unsigned depths)
+{
+    effect.motion = motion;
+    effect.depths = depths;
+    return effect;
+}
+
 constexpr std::array kMadeUp{
     effect("blend", Family::Filters, nullptr, kBlendFields, sizeof(BlendRecord)),
     effect("plain", Family::Filters, nullptr),
@@ -135,6 +142,11 @@ void *copy(void *dib, void *)
     return copyOf(dib);
 }
 
+void *grayInverted(void *dib, void *)
+{
+    return catalogue::depthOf(dib) == catalogue::Depth8Gray ? ProcessNegative(dib) : dib;
+}
+
 void *copyInterrupted(void *dib, void *)
 {
     std::raise(SIGTERM);
@@ -167,7 +179,12 @@ constexpr Effect kReturnsItsSource = effect("source", Family::Filters, source);
 constexpr Effect kChangesItsRecord =
     effect("changer", Family::Filters, copyAndChangeRecord, {}, sizeof(BlendRecord));
 constexpr Effect kWidens = effect("widen", Family::Filters, wider);
-constexpr Effect kMovesPixels = effect("move", Family::Geometry, copy);
+constexpr Effect kMovesPixels =
+    withMotion(effect("move", Family::Geometry, copy), catalogue::Motion::ByPlace, catalogue::Depth24);
+constexpr Effect kWidensColour = withMotion(effect("widen-colour", Family::Geometry, wider),
+                                            catalogue::Motion::ByPlace, catalogue::DepthSamples);
+constexpr Effect kInvertsGray = withMotion(effect("invert-gray", Family::Geometry, grayInverted),
+                                           catalogue::Motion::ByPlace, catalogue::DepthSamples);
 constexpr Effect kInterrupts = effect("interrupt", Family::Filters, copyInterrupted);
 
 } // namespace
@@ -210,6 +227,16 @@ const Effect &widens()
 const Effect &movesPixels()
 {
     return kMovesPixels;
+}
+
+const Effect &widensIntoColour()
+{
+    return kWidensColour;
+}
+
+const Effect &invertsGrayOnly()
+{
+    return kInvertsGray;
 }
 
 const Effect &invertsItsMask()

@@ -31,8 +31,12 @@ const catalogue::Effect &changesItsRecord();
 int changedRecordsSeen();
 /// Returns an image of twice the width.
 const catalogue::Effect &widens();
-/// Returns a copy; of the geometry family.
+/// Returns a copy; said to move pixels by their places, and takes 24 bits alone.
 const catalogue::Effect &movesPixels();
+/// Returns a 24-bit image of twice the width; said to move pixels by their places, of 24 bits and gray.
+const catalogue::Effect &widensIntoColour();
+/// Returns a 24-bit image itself and the negative of a gray one; said to move pixels by their places.
+const catalogue::Effect &invertsGrayOnly();
 /// `masked`: reads an alpha mask, `mask`, and makes another, `made`, its negative; returns a copy.
 const catalogue::Effect &invertsItsMask();
 /// Returns a copy of its bit mask, `bits`.

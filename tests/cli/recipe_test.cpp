@@ -76,14 +76,15 @@ TEST(Recipe, NumbersMayBeWrittenInAnyForm)
 TEST(Recipe, OptionsAreRead)
 {
     const Recipe recipe = parse(R"({"velmont": 1, "steps": [{"effect": "plain"}], "seed": 4294967295,
-        "convert": true, "mask": "m.png", "select": "3,4", "feather": 5})");
+        "convert": true, "mask": "m.png", "select": ["3,4", "1,2,3"], "feather": 5, "invert": true})");
     EXPECT_EQ(recipe.options.seed, "4294967295");
     EXPECT_TRUE(recipe.options.convert);
     EXPECT_EQ(recipe.options.mask, "m.png");
-    EXPECT_EQ(recipe.options.select, "3,4");
+    EXPECT_EQ(recipe.options.select, (std::vector<std::string>{"3,4", "1,2,3"}));
+    EXPECT_TRUE(recipe.options.invert);
     EXPECT_EQ(recipe.options.feather, "5");
     const Recipe bare = parse(R"({"velmont": 1, "steps": [{"effect": "plain"}]})");
-    EXPECT_FALSE(bare.options.convert || bare.options.seed || bare.options.select || bare.options.feather);
+    EXPECT_EQ(bare.options, cli::RecipeOptions{});
 }
 
 TEST(Recipe, FilesAreRelativeToItsFolder)
@@ -177,7 +178,13 @@ TEST(Recipe, SaysWhichOptionIsWrong)
             "seed: 4294967296 is not understood: a whole number from 0 to 4294967295");
     refused(R"("convert": 1)", "convert: 1 is not understood: true or false");
     refused(R"("mask": true)", "mask: true is not understood: the name of a file");
-    refused(R"("select": 3)", "select: 3 is not understood: a text as --select takes it");
+    refused(R"("select": "3,4")",
+            R"(select: "3,4" is not understood: a list of places such as ["30,40", "5,6,10,20,30"])");
+    refused(R"("select": ["3,4", 5])", R"(select[1]: 5 is not understood: a place such as "30,40")");
+    EXPECT_EQ(refusalOf(R"({"velmont": 1, "steps": [{"effect": "plain"}], "select": ["x"]})").substr(0, 11),
+              "select[0]: ");
+    EXPECT_EQ(refusalOf(R"({"velmont": 1, "steps": [{"effect": "plain"}], "feather": 1001})").substr(0, 9),
+              "feather: ");
 }
 
 TEST(Recipe, ErrorsOfSyntaxHaveALineAndAColumn)
@@ -245,7 +252,7 @@ Step stepOf(const catalogue::Effect &effect, int variant)
     Step step{&effect, catalogue::defaultRecord(effect)};
     if (variant > 0)
         for (const catalogue::Field &field : effect.fields)
-            cli::storeValue(step.record.bytes.data(), effect, field, typedValue(field, variant));
+            cli::setField(step, field, typedValue(field, variant));
     for (const catalogue::Operand &operand : effect.operands)
         step.operands.push_back({&operand, "a \"file\"\n\xC3\xA9.png"});
     return step;
@@ -284,13 +291,10 @@ TEST(Recipe, ATableComesBackLevelByLevel)
 
 TEST(Recipe, OptionsComeBack)
 {
-    const std::string text = cli::recipeText({{stepOf(blend(), 0)}, {true, "m.png", "7", "1,2", "3"}});
+    const std::string text =
+        cli::recipeText({{stepOf(blend(), 0)}, {true, "m.png", {"1,2"}, true, "7", "3"}});
     const Recipe back = parse(text);
-    EXPECT_TRUE(back.options.convert);
-    EXPECT_EQ(back.options.mask, "m.png");
-    EXPECT_EQ(back.options.seed, "7");
-    EXPECT_EQ(back.options.select, "1,2");
-    EXPECT_EQ(back.options.feather, "3");
+    EXPECT_EQ(back.options, (cli::RecipeOptions{true, "m.png", {"1,2"}, true, "7", "3"}));
     EXPECT_EQ(cli::recipeText(back), text);
 }
 
@@ -298,7 +302,7 @@ TEST(Recipe, ANameThatIsNoUtf8CannotStandInIt)
 {
     EXPECT_EQ(failureOf(ExitCode::Usage,
                         [] {
-                            cli::recipeText({{stepOf(blend(), 0)}, {false, "\xFF.png"}});
+                            cli::recipeText({{stepOf(blend(), 0)}, {false, "\xFF.png", {}, false, {}, {}}});
                         }),
               "\xEF\xBF\xBD.png: names of files in a recipe are UTF-8, and this one is not");
 }
@@ -309,9 +313,9 @@ TEST(Recipe, CommandQuotesWhatAShellWouldChange)
     for (cli::OperandFile &given : step.operands)
         given.file = given.operand->isResult ? "it's $new.png" : "alpha.png";
     EXPECT_EQ(
-        cli::recipeCommand({{stepOf(blend(), 0), step}, {true, "m.png", "7", {}, {}}}),
+        cli::recipeCommand({{stepOf(blend(), 0), step}, {true, "m.png", {"1,2"}, true, "7", {}}}),
         "velmont apply blend then splash-cut-out alpha=alpha.png 'newAlpha=it'\\''s $new.png' --convert "
-        "--mask m.png --seed 7 INPUT -o OUTPUT\n");
+        "--mask m.png --seed 7 --select 1,2 --invert INPUT -o OUTPUT\n");
 }
 
 class RecipeFile : public CliTest {

@@ -187,8 +187,40 @@ TEST(Runner, DropsAlphaWhenPixelsMove)
     testing::internal::CaptureStderr();
     run(picture, {&movesPixels()});
     EXPECT_TRUE(picture.alpha.empty());
+    EXPECT_EQ(
+        testing::internal::GetCapturedStderr(),
+        "velmont: photo.png: alpha is dropped: move moved the image's pixels, and alpha cannot follow\n");
+}
+
+TEST(Runner, DropsAlphaWhereItsOwnRunDoesNotFit)
+{
+    io::Picture picture = makeTransparentPicture(5, 4);
+    testing::internal::CaptureStderr();
+    run(picture, {&widensIntoColour()});
+    EXPECT_TRUE(picture.alpha.empty());
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "velmont: photo.png: alpha is dropped: move moved the image's pixels\n");
+              "velmont: photo.png: alpha is dropped: widen-colour moved the "
+              "image's pixels, and alpha cannot follow\n");
+}
+
+TEST(Runner, AlphaGoesThroughTheSameEffect)
+{
+    io::Picture picture = makeTransparentPicture(5, 4);
+    auto expected = picture.alpha;
+    for (uint8_t &level : expected)
+        level = static_cast<uint8_t>(255 - level);
+    const auto colours = coloursOf(picture.dib.get());
+    run(picture, {&invertsGrayOnly()});
+    EXPECT_EQ(picture.alpha, expected);
+    EXPECT_EQ(coloursOf(picture.dib.get()), colours);
+}
+
+TEST(Runner, TimesAnEffectAndItsAlphaAsOne)
+{
+    io::Picture picture = makeTransparentPicture(5, 4);
+    cli::Runner runner(picture, "photo.png", {});
+    runner.run(stepsOf({&invertsGrayOnly()}));
+    EXPECT_EQ(runner.times().size(), 1u);
 }
 
 TEST(Runner, RefusesADepthThatNothingConverts)

@@ -1,5 +1,6 @@
 // `velmont select`, `velmont apply --mask`, and the commands that paint.
 
+#include "catalogue/effect.h"
 #include "cli_test.h"
 #include <functional>
 #include <velmont/dib.h>
@@ -131,15 +132,232 @@ TEST_F(Mask, RefusesWhatDoesNotFit)
     refused({"negative", "--mask", "turned.png", "in.png"},
             "turned.png: the mask is 5 x 7 and in.png is 7 x 5; they have to be of one size");
     refused({"negative", "--mask", "mask.png", "few.png"},
-            "few.png: --mask takes 8-bit gray and 24-bit images");
-    const std::string changed =
-        "--mask: the effects changed the image's size or depth; inside a mask they have to keep both";
-    refused({"exact-rotate", "--mask", "mask.png", "in.png"}, changed);
-    refused({"to-gray", "--mask", "mask.png", "in.png"}, changed);
+            "few.png is 4-bit; selections take 8-bit gray and 24-bit images; pass --convert");
+    refused({"exact-rotate", "--mask", "mask.png", "in.png"},
+            "in.png: the effects make it 5 x 7 of 7 x 5; inside a selection they have to keep the size");
     EXPECT_NE(
         run({"apply", "negative", "--mask", "none.png", "in.png", "-o", "out.png"}).err.find("none.png"),
         std::string::npos);
     EXPECT_EQ(files(), (std::vector<std::string>{"few.png", "in.png", "mask.png", "turned.png"}));
+}
+
+constexpr bool isCorner(int x, int y)
+{
+    return x < 3 && y < 2;
+}
+/// One channel mixed as the library mixes: to the nearest, halves upwards.
+constexpr uint32_t mixed(uint32_t under, uint32_t over, uint32_t alpha)
+{
+    return (over * alpha + under * (255 - alpha) + 127) / 255;
+}
+/// A gray mixed with its negative.
+constexpr uint32_t negated(uint32_t colour, uint32_t alpha)
+{
+    const uint32_t level = colour & 0xFF;
+    return mixed(level, 255 - level, alpha) * 0x010101u;
+}
+
+TEST_F(Mask, SelectIsWhatTheCommandSelects)
+{
+    paint("in.png", 24, corner);
+    expectSilence({"apply", "negative", "--select", "1,1", "in.png", "-o", "out.png"});
+    expectPicture("out.png", [](int x, int y) { return negated(corner(x, y), isCorner(x, y) ? 255 : 0); });
+    for (const char *tolerance : {"0,0,9", "0,0,9,9,9"}) {
+        expectSilence({"apply", "negative", "--select", tolerance, "in.png", "-o", "out.png", "--force"});
+        expectPicture("out.png", [](int x, int y) {
+            return negated(corner(x, y), isCorner(x, y) && !(x == 2 && y == 1) ? 255 : 0);
+        });
+    }
+    expectSilence(
+        {"apply", "negative", "--select=0,0,9", "--select", "2,1,0", "in.png", "-o", "out.png", "--force"});
+    expectPicture("out.png", [](int x, int y) { return negated(corner(x, y), isCorner(x, y) ? 255 : 0); });
+    expectSilence({"apply", "negative", "--select", "0,0", "--invert", "in.png", "-o", "out.png", "--force"});
+    expectPicture("out.png", [](int x, int y) { return negated(corner(x, y), isCorner(x, y) ? 0 : 255); });
+}
+
+TEST_F(Mask, AndSelectCountWhereBothSelect)
+{
+    paint("in.png", 24, corner);
+    paint("mask.png", 8, [](int x, int) { return static_cast<uint32_t>(40 * x); });
+    expectSilence({"apply", "negative", "--select", "0,0", "--mask", "mask.png", "in.png", "-o", "out.png"});
+    const auto alpha = [](int x, int y) { return isCorner(x, y) ? 40u * static_cast<uint32_t>(x) : 0u; };
+    expectPicture("out.png", [&](int x, int y) { return negated(corner(x, y), alpha(x, y)); });
+    expectSilence({"apply", "negative", "--select", "0,0", "--mask", "mask.png", "--invert", "in.png", "-o",
+                   "out.png", "--force"});
+    expectPicture("out.png", [&](int x, int y) { return negated(corner(x, y), 255 - alpha(x, y)); });
+}
+
+/// Means of three, along the rows and then down the columns, by hand.
+uint32_t softCorner(int x, int y)
+{
+    constexpr uint32_t kLevels[3][4] = {{255, 255, 170, 85}, {170, 170, 113, 57}, {85, 85, 57, 28}};
+    return x < 4 && y < 3 ? kLevels[y][x] : 0;
+}
+
+TEST_F(Mask, FeatherIsARamp)
+{
+    paint("in.png", 24, corner);
+    paint("mask.png", 8, [](int x, int y) { return isCorner(x, y) ? 255u : 0u; });
+    for (const std::vector<std::string> &selection : std::vector<std::vector<std::string>>{
+             {"--select", "0,0"}, {"--mask", "mask.png"}, {"--mask", "mask.png", "--select=0,0"}}) {
+        std::vector<std::string> command{"apply", "negative", "in.png",  "--feather",
+                                         "1",     "-o",       "out.png", "--force"};
+        command.insert(command.end(), selection.begin(), selection.end());
+        expectSilence(command);
+        expectPicture("out.png", [](int x, int y) { return negated(corner(x, y), softCorner(x, y)); });
+    }
+    // A window wider than the picture looks at its edge again and again: the mean of seven columns.
+    paint("mask.png", 8, [](int x, int) { return x < 3 ? 255u : 0u; });
+    expectSilence(
+        {"apply", "negative", "in.png", "--mask", "mask.png", "--feather=3", "-o", "out.png", "--force"});
+    expectPicture("out.png", [](int x, int y) {
+        constexpr uint32_t kSevenths[] = {219, 182, 146, 109, 73, 36, 0};
+        return negated(corner(x, y), kSevenths[x]);
+    });
+    expectSilence(
+        {"apply", "negative", "in.png", "--mask", "mask.png", "--feather=0", "-o", "out.png", "--force"});
+    expectPicture("out.png", [](int x, int y) { return negated(corner(x, y), x < 3 ? 255 : 0); });
+}
+
+TEST_F(Mask, BlackAndWhiteInsideAColourPhoto)
+{
+    const auto colour = [](int x, int y) { return x < 3 && y < 2 ? 0xC83264u : 0x0000FFu; };
+    paint("in.png", 24, colour);
+    expectSilence({"apply", "to-gray", "in.png", "-o", "gray.png"});
+    const uint32_t gray = colourAt("gray.png", 0, 0);
+    EXPECT_EQ(gray & 0xFF, gray >> 16);
+    expectSilence({"apply", "to-gray", "--select", "0,0", "in.png", "-o", "out.png"});
+    expectPicture("out.png", [&](int x, int y) { return isCorner(x, y) ? gray : colour(x, y); });
+    expectSilence({"apply", "to-gray", "then", "to-1-bit", "threshold=20", "--select", "0,0", "in.png", "-o",
+                   "out.png", "--force"});
+    expectPicture("out.png", [&](int x, int y) { return isCorner(x, y) ? 0xFFFFFFu : colour(x, y); });
+}
+
+TEST_F(Mask, GrayStaysGrayBesideBlackAndWhite)
+{
+    paint("in.png", 8, [](int x, int) { return static_cast<uint32_t>(30 * x); });
+    expectSilence({"apply", "to-1-bit", "threshold=20", "--select", "2,0,31", "in.png", "-o", "out.png"});
+    EXPECT_EQ(catalogue::depthOf(io::readPicture(file("out.png")).dib.get()),
+              unsigned{catalogue::Depth8Gray});
+    expectPicture("out.png", [](int x, int) {
+        return x >= 1 && x <= 3 ? 0xFFFFFFu : static_cast<uint32_t>(30 * x) * 0x010101u;
+    });
+    expectSilence(
+        {"apply", "to-24-bit", "then", "moonlight", "--select", "2,0,31", "in.png", "-o", "moon.png"});
+    EXPECT_EQ(colourAt("moon.png", 6, 4), 0xB4B4B4u);
+    EXPECT_NE(colourAt("moon.png", 2, 0) >> 16, colourAt("moon.png", 2, 0) & 0xFF);
+}
+
+TEST_F(Mask, PalettesAreConvertedWhenAsked)
+{
+    for (const auto &[kind, depth] : {std::pair(Kind::OneBit, "1-bit"), std::pair(Kind::FourBit, "4-bit"),
+                                      std::pair(Kind::Paletted, "8-bit paletted")}) {
+        save(kind, kWidth, kHeight, file("few.png"));
+        const Outcome outcome = run(
+            {"apply", "negative", "--select", "0,0,0", "few.png", "-o", "out.png", "--force", "--convert"});
+        EXPECT_EQ(outcome.exitCode, 0);
+        EXPECT_EQ(outcome.err,
+                  std::string("velmont: few.png is ") + depth + "; converted to 24-bit for the selection\n");
+        const auto before = coloursOf(file("few.png")), after = coloursOf(file("out.png"));
+        const std::size_t start = (kHeight - 1) * kWidth;
+        EXPECT_EQ(after[start], before[start] ^ 0xFFFFFF);
+        expectRefusal({"apply", "negative", "--select", "0,0", "few.png", "-o", "other.png"}, 3,
+                      std::string("few.png is ") + depth +
+                          "; selections take 8-bit gray and 24-bit images; pass --convert");
+        expectSilence({"apply", "negative", "--select", "0,0", "few.png", "-o", "out.png", "--force",
+                       "--convert", "-q"});
+    }
+}
+
+TEST_F(Mask, NothingSelectedIsSaid)
+{
+    paint("in.png", 24, corner);
+    paint("mask.png", 8, [](int, int) { return 0u; });
+    const Outcome outcome = run({"apply", "negative", "--mask", "mask.png", "in.png", "-o", "out.png"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(outcome.err, "velmont: in.png: nothing is selected; the image stays as it is\n");
+    expectPicture("out.png", corner);
+    expectSilence({"apply", "negative", "--mask", "mask.png", "in.png", "-o", "quiet.png", "-q"});
+}
+
+TEST_F(Mask, MayChangeTheSizeOnTheWay)
+{
+    paint("in.png", 24, corner);
+    paint("mask.png", 8, [](int, int) { return 255u; });
+    expectSilence({"apply", "exact-rotate", "angle=clockwise", "then", "exact-rotate",
+                   "angle=counterclockwise", "--mask", "mask.png", "in.png", "-o", "out.png"});
+    expectPicture("out.png", corner);
+    expectSilence({"apply", "exact-rotate", "angle=half", "--mask", "mask.png", "in.png", "-o", "half.png"});
+    expectPicture("half.png", [](int x, int y) { return corner(kWidth - 1 - x, kHeight - 1 - y); });
+    // What needs a picture beside the image is known only when it has run.
+    expectRefusal(
+        {"apply", "shadow", "alpha=mask.png", "offsetX=5", "offsetY=5", "blur=2", "--mask", "mask.png",
+         "in.png", "-o", "shadow.png"},
+        3, "in.png: the effects make it 17 x 15 of 7 x 5; inside a selection they have to keep the size");
+}
+
+TEST_F(Mask, RefusesWordsThatSelectNothing)
+{
+    paint("in.png", 24, corner);
+    const auto refused = [&](const std::vector<std::string> &words, const std::string &line) {
+        std::vector<std::string> arguments{"apply", "negative", "in.png", "-o", "out.png"};
+        arguments.insert(arguments.end(), words.begin(), words.end());
+        expectRefusal(arguments, 2, line);
+    };
+    for (const std::string place : {"7,0", "0,5", "-1,0", "0,-1,3,3,3"})
+        refused({"--select=" + place}, "--select=" + place + " lies outside in.png, which is 7 x 5");
+    for (const std::string place : {"1", "1,", "a,b", "1,2,", "1,2,256", "1,2,-1", "1,2,3,4", "1,2,3,4,5,6"})
+        refused({"--select=" + place},
+                "--select=" + place +
+                    " is not understood: X,Y or X,Y,LEVEL or X,Y,RED,GREEN,BLUE, a pixel from "
+                    "the left and the top and how far a channel may differ from it, 0 to 255");
+    for (const std::string pixels : {"-1", "1001", "99999999999999999999"})
+        refused({"--select=0,0", "--feather=" + pixels},
+                "--feather=" + pixels + " is out of range: a whole number of pixels from 0 to 1000");
+    refused({"--select=0,0", "--feather=soft"},
+            "--feather=soft is not understood: a whole number of pixels from 0 to 1000");
+    refused({"--feather=2"}, "--feather needs a selection: --mask MASK or --select X,Y,R,G,B");
+    refused({"--invert"}, "--invert needs a selection: --mask MASK or --select X,Y,R,G,B");
+    EXPECT_EQ(files(), std::vector<std::string>{"in.png"});
+}
+
+TEST_F(Mask, IsTakenByCommandsThatPaint)
+{
+    paint("in.png", 24, corner);
+    paint("stamp.png", 24, [](int, int) { return 0u; });
+    expectSilence({"stamp", "in.png", "--stamp", "stamp.png", "--at", "0,0", "--size", "7x5", "--color",
+                   "#ffffff", "--select", "0,0", "-o", "out.png"});
+    expectPicture("out.png", [](int x, int y) { return isCorner(x, y) ? 0xFFFFFFu : corner(x, y); });
+    expectSilence({"gradient", "in.png", "--share", "0", "--select", "0,0", "--invert", "-o", "ramp.png"});
+    EXPECT_EQ(colourAt("ramp.png", 1, 1), corner(1, 1));
+    EXPECT_NE(colourAt("ramp.png", 6, 4), corner(6, 4));
+}
+
+TEST_F(Mask, MixesAlphaToo)
+{
+    io::Picture picture = makeTransparentPicture(kWidth, kHeight);
+    save(picture, file("in.png"));
+    paint("mask.png", 8, [](int x, int y) { return static_cast<uint32_t>(x * 30 + y); });
+    const auto alphaOf = [&](const std::string &name) { return io::readPicture(file(name)).alpha; };
+    const auto expectAlpha = [&](const std::string &name,
+                                 const std::function<uint32_t(std::size_t)> &inside) {
+        const auto alpha = alphaOf(name);
+        ASSERT_EQ(alpha.size(), picture.alpha.size());
+        for (std::size_t i = 0; i < alpha.size(); ++i) {
+            const auto x = static_cast<uint32_t>(i % kWidth),
+                       y = static_cast<uint32_t>(kHeight - 1 - i / kWidth);
+            EXPECT_EQ(alpha[i], mixed(picture.alpha[i], inside(i), x * 30 + y)) << i;
+        }
+    };
+    expectSilence({"apply", "negative", "--mask", "mask.png", "in.png", "-o", "same.png"});
+    EXPECT_EQ(alphaOf("same.png"), picture.alpha);
+    expectSilence({"apply", "exact-rotate", "angle=half", "--mask", "mask.png", "in.png", "-o", "half.png"});
+    expectAlpha("half.png",
+                [&](std::size_t i) { return uint32_t{picture.alpha[picture.alpha.size() - 1 - i]}; });
+    EXPECT_EQ(run({"apply", "melting", "--mask", "mask.png", "in.png", "-o", "opaque.png"}).err,
+              "velmont: in.png: alpha is dropped: melting moves pixels by their colours, which alpha cannot "
+              "follow\n");
+    expectAlpha("opaque.png", [](std::size_t) { return 255u; });
 }
 
 using Fill = SelectionCommand;

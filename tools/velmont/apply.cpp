@@ -12,7 +12,7 @@ namespace {
 JobOptions jobOptions(const ApplyOptions &options)
 {
     return {{options.force, options.jpegQuality, options.run.quiet, options.format, options.strip},
-            {options.mask},
+            options.selection,
             options.run,
             options.decode,
             options.dryRun};
@@ -99,8 +99,8 @@ void runApply(std::span<const std::string> words, const ApplyOptions &options)
 void runTask(const std::vector<std::filesystem::path> &inputs, Task task, const ApplyOptions &options)
 {
     requireOutput(options);
-    if (!options.mask.empty())
-        task.read.push_back(options.mask);
+    if (!options.selection.mask.empty())
+        task.read.push_back(options.selection.mask);
     if (goesIntoFolder(inputs, options.output))
         return runIntoFolder(inputs, task, options);
     if (options.batch.name)

@@ -21,7 +21,7 @@ struct ApplyOptions {
     io::DecodeOptions decode;
     bool dryRun = false; ///< check everything, run and write nothing
     TellingOptions telling;
-    std::filesystem::path mask; ///< the result counts where it selects, else the image; empty for everywhere
+    SelectionOptions selection;
     RunOptions run;
     BatchOptions batch;
     std::vector<Step> recipe; ///< the effects, where words are images only; empty where words bring them

@@ -123,7 +123,7 @@ private:
         if (const catalogue::Operand *const operand = catalogue::findOperand(*step.effect, name))
             return takeFile(step, *operand, value);
         const catalogue::Field &field = requireField(*step.effect, name);
-        storeValue(step.record.bytes.data(), *step.effect, field, value);
+        setField(step, field, value);
     }
 
     static void takeFile(Step &step, const catalogue::Operand &operand, std::string_view file)
@@ -198,6 +198,12 @@ void requireOperands(const Step &step)
         if (!operand.isResult &&
             std::ranges::find(step.operands, &operand, &OperandFile::operand) == step.operands.end())
             refuse(step.effect->name, " needs ", operand.name, "=FILE: ", operand.help);
+}
+
+void setField(Step &step, const catalogue::Field &field, std::string_view value)
+{
+    storeValue(step.record.bytes.data(), *step.effect, field, value);
+    step.typed.push_back(&field);
 }
 
 bool looksLikeField(std::string_view word)

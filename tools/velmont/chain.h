@@ -30,6 +30,7 @@ struct Step {
     const catalogue::Effect *effect;
     catalogue::Record record;
     std::vector<OperandFile> operands = {}; ///< all that the effect reads, and those of its making to be kept
+    std::vector<const catalogue::Field *> typed = {}; ///< the fields that were given a value
 };
 
 /// Effects in the order in which they run, and the images that each start from.
@@ -53,6 +54,10 @@ void requireFileName(std::string_view name);
 /// Refuses a step that lacks a picture which its effect reads.
 /// \throws Failure with ExitCode::Usage
 void requireOperands(const Step &step);
+
+/// Gives a field of a step a value.
+/// \throws Failure with ExitCode::Usage as storeValue does
+void setField(Step &step, const catalogue::Field &field, std::string_view value);
 
 /// Whether a word is a field and its value.
 bool looksLikeField(std::string_view word);

@@ -16,6 +16,11 @@ run in memory from left to right. Values are whole numbers, numbers, #rrggbb or 
 by its contents, that of OUTPUT by its ending: .png, .jpg, .jpeg, .jpe, .bmp, .dib. An INPUT whose name looks like
 a field or is "then" is given as ./name, and one that starts with a dash as ./-name or behind "--".
 
+With --mask, --select or both the effects count inside the selection alone: what is bright in MASK, and connected
+pixels that differ from the one at X,Y by R,G,B at most (X,Y,N: by N in all channels; X,Y: by 32). Several --select
+select together; with --mask what both select counts. The size has to stay. Alpha goes with the pixels that effects
+move; colours are not multiplied by it.
+
 )";
 
 std::string exitCodesText()
@@ -85,6 +90,21 @@ void addOutputOptions(CLI::App &command, Request &request)
     command.add_flag("--json", request.apply.telling.json, "Tell the results as JSON");
 }
 
+/// What commands take that keep the size, and so may change a part of the image alone.
+void addSelectionOptions(CLI::App &command, Request &request)
+{
+    command.add_option("--mask", request.mask, "Keep the image where this one is not bright")
+        ->type_name("FILE");
+    command
+        .add_option("--select", request.places,
+                    "Keep it but where connected pixels are like this one; may be given several times")
+        ->type_name("X,Y,R,G,B")
+        ->allow_extra_args(false);
+    command.add_option("--feather", request.feather, "Soften the edge of the selection by N pixels")
+        ->type_name("N");
+    command.add_flag("--invert", request.apply.selection.invert, "Keep the selection instead");
+}
+
 /// A command that makes one picture out of another.
 CLI::App *addPictureCommand(CLI::App &app, Request &request, const std::string &name,
                             const std::string &options, const std::string &help)
@@ -115,6 +135,7 @@ void definePaintingCommands(CLI::App &app, Request &request)
 
     CLI::App &gradient =
         *addPictureCommand(app, request, "gradient", "[--from X,Y --to X,Y]", "Paint a ramp of colours");
+    addSelectionOptions(gradient, request);
     addWord(gradient, "--from", request.gradient.from, "X,Y", "Its start or its centre");
     addWord(gradient, "--to", request.gradient.to, "X,Y", "Its end or a corner");
     addWord(gradient, "--shape", request.gradient.shape, "SHAPE",
@@ -136,6 +157,7 @@ void definePaintingCommands(CLI::App &app, Request &request)
 
     CLI::App &stamp = *addPictureCommand(app, request, "stamp", "--stamp FILE --at X,Y --size WxH",
                                          "Print a picture in one colour");
+    addSelectionOptions(stamp, request);
     addWord(stamp, "--stamp", request.stamp.stamp, "FILE", "What to print");
     addWord(stamp, "--at", request.stamp.at, "X,Y", "Its upper left corner");
     addWord(stamp, "--size", request.stamp.size, "WxH", "Of the print, in pixels");
@@ -192,8 +214,9 @@ void defineRecipeCommand(CLI::App &app, Request &request)
     recipe->add_flag("--show", request.recipe.show, "Print the recipe with every field");
     recipe->add_flag("--command", request.recipe.command, "Print the command that does the same");
     recipe->add_flag("--check", request.recipe.check, "Say what is wrong with a recipe, if anything");
-    recipe->add_flag("--convert", request.recipe.convert, "As apply takes it, for the recipe");
-    recipe->add_option("--mask", request.recipe.mask, "As apply takes it, for the recipe")->type_name("FILE");
+    recipe->add_flag("--convert", request.apply.run.convert, "As apply takes it, for the recipe");
+    recipe->add_option("--seed", request.seed, "As apply takes it, for the recipe")->type_name("N");
+    addSelectionOptions(*recipe, request);
 }
 
 void defineCommands(CLI::App &app, Request &request)
@@ -222,8 +245,7 @@ void defineCommands(CLI::App &app, Request &request)
     apply->footer(concat(kApplyFooter, exitCodesText()));
     apply->add_option("words", request.words, "Effects with their fields, and the images");
     addOutputOptions(*apply, request);
-    apply->add_option("--mask", request.mask, "Keep the image where this one is not bright")
-        ->type_name("FILE");
+    addSelectionOptions(*apply, request);
     apply->add_option("--recipe", request.recipeFile, "Take the effects from a recipe; words are images")
         ->type_name("FILE");
     defineRecipeCommand(app, request);

@@ -24,6 +24,8 @@ struct Request {
     std::string effect;
     std::vector<std::string> words;
     std::string output, mask;
+    std::vector<std::string> places; ///< of --select
+    std::optional<std::string> feather;
     std::optional<std::string> quality, format, seed, workers, recipeFile, maxPixels;
     ApplyOptions apply;
     HistogramOptions histogram;

@@ -60,11 +60,6 @@ void setThreshold(Step &step)
 
 } // namespace
 
-bool isConversion(const Effect &effect)
-{
-    return conversionNamed(effect.name) != nullptr;
-}
-
 unsigned convertedDepth(const Effect &effect)
 {
     const Conversion *const conversion = conversionNamed(effect.name);

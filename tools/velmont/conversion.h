@@ -9,9 +9,6 @@
 
 namespace velmont::cli {
 
-/// Whether an effect does nothing but change the depth: every pixel stays where it is.
-bool isConversion(const catalogue::Effect &effect);
-
 /// The depth that a conversion makes; 0 for any other effect.
 unsigned convertedDepth(const catalogue::Effect &effect);
 

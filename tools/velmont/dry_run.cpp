@@ -16,10 +16,12 @@ using catalogue::Family;
 /// Follows an image through steps as far as its form is known.
 class Plan {
 public:
-    Plan(const io::Picture &picture, const JobOptions &options, JobReport &report)
+    Plan(io::Picture &picture, const std::vector<Step> &steps, const JobOptions &options, JobReport &report)
         : picture_(picture), options_(options), report_(report), depth_(report.before.depth)
     {
         add("read ", inputName(report.input), ": ", shapeText(report.before));
+        if (options.selection.selects())
+            takeSelection(steps);
     }
 
     void takeStep(const Step &step)
@@ -34,18 +36,6 @@ public:
         lastEffect_ = effect.name;
     }
 
-    /// The selection lays the result into the image.
-    void takeSelection() const
-    {
-        if (options_.selection.mask.empty())
-            return;
-        const Selection checked(picture_, options_.selection, inputName(report_.input));
-        if (depth_ != 0 && depth_ != report_.before.depth)
-            throw Failure(ExitCode::Input,
-                          "--mask: the effects change the image's depth; inside a mask they have "
-                          "to keep it");
-    }
-
     void takeOutputs(const std::vector<Step> &steps)
     {
         takeOutput(report_.output, options_.output);
@@ -58,6 +48,16 @@ public:
     }
 
 private:
+    /// Selections know pixels of levels only: other images are converted first.
+    void takeSelection(const std::vector<Step> &steps)
+    {
+        const Selection checked(picture_, steps, options_.selection, options_.run, inputName(report_.input));
+        depth_ = shapeOf(picture_.dib.get()).depth;
+        if (depth_ != report_.before.depth)
+            add("convert to ", depthText(depth_), " for the selection");
+        add("select where to change it");
+    }
+
     template <typename... Pieces>
     void add(const Pieces &...pieces)
     {
@@ -107,7 +107,7 @@ private:
         add("write ", outputName(output), " as ", io::formatName(outputFormat(output, options)));
     }
 
-    const io::Picture &picture_;
+    io::Picture &picture_;
     const JobOptions &options_;
     JobReport &report_;
     unsigned depth_; ///< 0 for unknown
@@ -119,18 +119,17 @@ private:
 
 unsigned resultDepth(const Effect &effect, unsigned depth)
 {
-    if (isConversion(effect))
+    if (convertedDepth(effect) != 0)
         return convertedDepth(effect);
     return effect.family == Family::Masks ? 0 : depth;
 }
 
-void planSteps(const io::Picture &picture, const std::vector<Step> &steps, const JobOptions &options,
+void planSteps(io::Picture &picture, const std::vector<Step> &steps, const JobOptions &options,
                JobReport &report)
 {
-    Plan plan(picture, options, report);
+    Plan plan(picture, steps, options, report);
     for (const Step &step : steps)
         plan.takeStep(step);
-    plan.takeSelection();
     plan.takeOutputs(steps);
 }
 

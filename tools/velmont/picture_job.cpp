@@ -34,7 +34,7 @@ void runSteps(io::Picture &picture, const std::vector<Step> &steps, const JobOpt
               JobReport &report)
 {
     const std::string name = inputName(report.input);
-    Selection selection(picture, options.selection, name);
+    Selection selection(picture, steps, options.selection, options.run, name);
     Runner runner(picture, name, options.run);
     runner.run(steps);
     selection.compose(picture);

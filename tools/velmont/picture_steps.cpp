@@ -29,7 +29,7 @@ void set(Step &step, std::string_view field, double value)
 void setText(Step &step, std::string_view field, const std::optional<std::string> &text)
 {
     if (text)
-        storeValue(step.record.bytes.data(), *step.effect, *catalogue::findField(*step.effect, field), *text);
+        setField(step, *catalogue::findField(*step.effect, field), *text);
 }
 
 void setFile(Step &step, std::string_view operand, const std::optional<std::string> &file)
@@ -89,20 +89,22 @@ bool canBeSmooth(void *dib)
 }
 
 /// What a magic selection starts from.
-void setMagic(Step &step, const std::string &place, const std::string &tolerance, void *dib)
+void setMagic(Step &step, TypedPoint at, const std::array<int, 3> &tolerance)
 {
-    const TypedPoint at = parsePoint("--at", place);
-    const TypedSize size = sizeOf(dib);
-    if (at.x < 0 || at.y < 0 || at.x >= size.width || at.y >= size.height)
-        refuse("--at=", place, " lies outside the image, which is ", std::to_string(size.width), " x ",
-               std::to_string(size.height));
-    const auto [red, green, blue] = parseLevels("--tolerance", tolerance);
     set(step, "x", at.x);
     set(step, "y", at.y);
     setText(step, "mode", "tolerance");
-    set(step, "redLimit", red);
-    set(step, "greenLimit", green);
-    set(step, "blueLimit", blue);
+    set(step, "redLimit", tolerance[0]);
+    set(step, "greenLimit", tolerance[1]);
+    set(step, "blueLimit", tolerance[2]);
+}
+
+/// The same as --at and --tolerance say it.
+void setMagic(Step &step, const std::string &place, const std::string &tolerance, void *dib)
+{
+    const TypedPoint at = parsePoint("--at", place);
+    requireInside(concat("--at=", place), at, dib, "the image");
+    setMagic(step, at, parseLevels("--tolerance", tolerance));
 }
 
 /// In pixels per metre.
@@ -133,6 +135,21 @@ int degreesOf(const std::string &by)
 }
 
 } // namespace
+
+void requireInside(std::string_view typed, TypedPoint at, void *dib, std::string_view subject)
+{
+    const TypedSize size = sizeOf(dib);
+    if (at.x < 0 || at.y < 0 || at.x >= size.width || at.y >= size.height)
+        refuse(typed, " lies outside ", subject, ", which is ", std::to_string(size.width), " x ",
+               std::to_string(size.height));
+}
+
+Step magicMaskStep(TypedPoint at, const std::array<int, 3> &tolerance)
+{
+    Step step = stepOf("magic-mask");
+    setMagic(step, at, tolerance);
+    return step;
+}
 
 std::vector<Step> resizeSteps(const ResizeRequest &request, void *dib)
 {

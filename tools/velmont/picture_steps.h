@@ -5,6 +5,8 @@
 /// down to.
 
 #include "chain.h"
+#include "measures.h"
+#include <array>
 #include <optional>
 #include <string>
 #include <vector>
@@ -62,6 +64,14 @@ struct StampRequest {
     std::optional<std::string> stamp; ///< a file
     std::optional<std::string> at, size, color, strength, polarity, blend;
 };
+
+/// Refuses a pixel outside a picture.
+/// \param typed the option and its value \param subject the picture's name in the message
+/// \throws Failure with ExitCode::Usage that names the picture's size
+void requireInside(std::string_view typed, TypedPoint at, void *dib, std::string_view subject);
+
+/// Makes a mask of the connected pixels of similar colour around one, counted from the top.
+Step magicMaskStep(TypedPoint at, const std::array<int, 3> &tolerance);
 
 /// The steps that do it to this picture; none where it is to stay as it is.
 /// \throws Failure with ExitCode::Usage for what is not understood

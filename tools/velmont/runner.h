@@ -10,7 +10,9 @@
 #include "seed.h"
 #include "step_time.h"
 #include <cstddef>
+#include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace velmont::cli {
@@ -29,8 +31,8 @@ public:
     Runner(io::Picture &picture, std::string name, RunOptions options);
 
     /// Runs all steps, or throws Failure: for a depth that is refused (ExitCode::Input), an effect without a
-    /// result (ExitCode::NoResult) and an interrupt (ExitCode::Aborted). Alpha that no longer belongs to the
-    /// pixels is dropped and that is said.
+    /// result (ExitCode::NoResult) and an interrupt (ExitCode::Aborted). Alpha goes where an effect moves its pixels;
+    /// where it cannot follow it is dropped, and that is said.
     void run(const std::vector<Step> &steps);
 
     /// What the effects made besides and a file was named for.
@@ -40,11 +42,19 @@ public:
     const std::vector<StepTime> &times() const { return times_; }
 
 private:
+    struct Run {
+        void *result; ///< maybe the source itself
+        std::vector<NamedPicture> made;
+    };
+
     void runStep(const Step &step);
     void makeAcceptable(const catalogue::Effect &effect, unsigned depth);
     void call(const Step &step, const std::string &title);
+    Run runOn(void *dib, const Step &step, const catalogue::Record &record, const std::string &title);
     void replaceDib(void *result);
-    void reviewAlpha(const catalogue::Effect &effect, bool sizeChanged);
+    void carryAlpha(const Step &step, const std::string &title, std::pair<int, int> sizeBefore);
+    std::vector<uint8_t> movedAlpha(const Step &step, const std::string &title,
+                                    std::pair<int, int> sizeBefore);
     std::string subject() const;
     void note(const std::string &line) const;
 
