@@ -32,7 +32,7 @@ TEST(Chain, OneEffectAndAnImage)
     const Chain chain = parse({"plain", "in.png"});
     ASSERT_EQ(chain.steps.size(), 1u);
     EXPECT_EQ(chain.steps[0].effect->name, "plain");
-    EXPECT_EQ(chain.input, "in.png");
+    EXPECT_EQ(chain.inputs.at(0), "in.png");
 }
 
 TEST(Chain, FieldsNotGivenHaveTheirDefaults)
@@ -59,20 +59,27 @@ TEST(Chain, EveryEffectHasItsOwnFields)
 TEST(Chain, TheImageMayStandBetweenEffectsAndFields)
 {
     const Chain chain = parse({"blend", "in.png", "amount=5", "then", "plain"});
-    EXPECT_EQ(chain.input, "in.png");
+    EXPECT_EQ(chain.inputs.at(0), "in.png");
     EXPECT_EQ(chain.steps.size(), 2u);
     EXPECT_EQ(recordOf(chain.steps[0]).amount, 5);
 }
 
 TEST(Chain, AnImageNamedAsAFieldOrThenIsGivenWithItsFolder)
 {
-    EXPECT_EQ(parse({"plain", "./amount=3"}).input, "./amount=3");
-    EXPECT_EQ(parse({"plain", "./then"}).input, "./then");
+    EXPECT_EQ(parse({"plain", "./amount=3"}).inputs.at(0), "./amount=3");
+    EXPECT_EQ(parse({"plain", "./then"}).inputs.at(0), "./then");
 }
 
 TEST(Chain, AnImageMayBeNamedAsAnEffect)
 {
-    EXPECT_EQ(parse({"plain", "blend"}).input, "blend");
+    EXPECT_EQ(parse({"plain", "blend"}).inputs.at(0), "blend");
+}
+
+TEST(Chain, TakesManyImages)
+{
+    const Chain chain = parse({"plain", "a.png", "./blend", "then", "plain", "b.png"});
+    EXPECT_EQ(chain.inputs, (std::vector<std::filesystem::path>{"a.png", "./blend", "b.png"}));
+    EXPECT_EQ(chain.steps.size(), 2u);
 }
 
 TEST(Chain, FieldsAreALetterThenLettersAndDigits)
@@ -129,9 +136,8 @@ TEST(Chain, RefusesWordsInTheWrongPlace)
     EXPECT_EQ(refusal({"then", "plain", "in.png"}), "an effect is expected in place of \"then\"");
     EXPECT_EQ(refusal({"amount=3", "blend", "in.png"}), "an effect is expected in place of \"amount=3\"");
     EXPECT_EQ(refusal({"plain", "then", "then", "plain"}), "an effect is expected in place of \"then\"");
-    EXPECT_EQ(refusal({"plain", "a.png", "b.png"}), "two images are given, \"a.png\" and \"b.png\"");
-    EXPECT_EQ(refusal({"plain", "a.png", "blend"}),
-              "two images are given, \"a.png\" and \"blend\"; effects are joined by \"then\"");
+    EXPECT_EQ(refusal({"plain", "a.png", "blend"}), "\"blend\" is an effect, and effects are joined by "
+                                                    "\"then\"; an image of this name is given as ./blend");
 }
 
 TEST(Chain, RefusesUnknownEffects)

@@ -124,7 +124,7 @@ TEST_F(Rotate, RefusesWhatIsNoTurn)
                       "--by=" + by + " is not understood: left, right, half, or whole degrees clockwise");
     expectRefusal({"rotate", "in.png", "--by", "30", "--background", "red", "-o", "out.png"}, 2,
                   "rotate: background=red is not understood: a colour as #rrggbb");
-    expectRefusal({"rotate", "--by", "left", "-o", "out.png"}, 2, "rotate needs one image");
+    expectRefusal({"rotate", "--by", "left", "-o", "out.png"}, 2, "rotate needs an image");
     expectRefusal({"rotate", "in.png", "--by", "left"}, 2, "no output is given: -o FILE");
     EXPECT_EQ(files(), std::vector<std::string>{"in.png"});
 }

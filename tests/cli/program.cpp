@@ -57,7 +57,9 @@ pid_t spawn(const std::filesystem::path &folder, const std::vector<std::string> 
     posix_spawnattr_setsigdefault(&attributes, &signals);
     sigemptyset(&signals);
     posix_spawnattr_setsigmask(&attributes, &signals);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+    posix_spawnattr_setpgroup(&attributes, 0);
+    posix_spawnattr_setflags(&attributes,
+                             POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETPGROUP);
 
     std::vector<char *> arguments;
     for (const std::string &word : command)
@@ -72,14 +74,21 @@ pid_t spawn(const std::filesystem::path &folder, const std::vector<std::string> 
     return process;
 }
 
-bool catches(pid_t process, int signal)
+/// What the system says of a process under a heading; empty when the process is gone.
+std::string statusOf(pid_t process, const std::string &heading)
 {
     std::ifstream status("/proc/" + std::to_string(process) + "/status");
     for (std::string line; std::getline(status, line);) {
-        if (line.starts_with("SigCgt:"))
-            return (std::stoull(line.substr(7), nullptr, 16) >> (signal - 1) & 1) != 0;
+        if (line.starts_with(heading + ":\t"))
+            return line.substr(heading.size() + 2);
     }
-    return false;
+    return {};
+}
+
+bool catches(pid_t process, int signal)
+{
+    const std::string caught = statusOf(process, "SigCgt");
+    return !caught.empty() && (std::stoull(caught, nullptr, 16) >> (signal - 1) & 1) != 0;
 }
 
 } // namespace
@@ -130,6 +139,27 @@ void Program::send(int signal) const
     kill(process_, signal);
 }
 
+void Program::sendToGroup(int signal) const
+{
+    kill(-process_, signal);
+}
+
+std::vector<pid_t> Program::children() const
+{
+    std::vector<pid_t> children;
+    for (const auto &entry : std::filesystem::directory_iterator("/proc")) {
+        const pid_t process = std::atoi(entry.path().filename().c_str());
+        if (process > 0 && statusOf(process, "PPid") == std::to_string(process_) && isAlive(process))
+            children.push_back(process);
+    }
+    return children;
+}
+
+bool Program::waitForChildren(std::size_t count)
+{
+    return waitUntil([&] { return children().size() >= count || ended(); }) && !ended_;
+}
+
 bool Program::waitUntilCatching(int signal)
 {
     return waitUntil([&] { return catches(process_, signal) || ended(); }) && !ended_;
@@ -168,17 +198,6 @@ Outcome Program::finish()
     return outcome;
 }
 
-bool Program::waitUntil(const std::function<bool()> &condition)
-{
-    const auto deadline = Clock::now() + std::chrono::minutes(1);
-    while (!condition()) {
-        if (Clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
-
 bool Program::ended()
 {
     if (!ended_)
@@ -195,6 +214,23 @@ void Program::readTerminal()
             return;
         shown_.append(part.data(), static_cast<std::size_t>(got));
     }
+}
+
+bool waitUntil(const std::function<bool()> &condition)
+{
+    const auto deadline = Clock::now() + std::chrono::minutes(1);
+    while (!condition()) {
+        if (Clock::now() > deadline)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+bool isAlive(pid_t process)
+{
+    const std::string state = statusOf(process, "State");
+    return !state.empty() && state.front() != 'Z';
 }
 
 std::string programPath()

@@ -38,6 +38,12 @@ public:
     Program &operator=(const Program &) = delete;
 
     void send(int signal) const;
+    /// To the program and all processes that it started, as a terminal does.
+    void sendToGroup(int signal) const;
+    /// The processes that it started and that are alive.
+    std::vector<pid_t> children() const;
+    /// Waits until it has started as many.
+    bool waitForChildren(std::size_t count);
     /// Waits until the program would survive a signal, because it looks after it.
     bool waitUntilCatching(int signal);
     /// Waits until it does so no more.
@@ -48,7 +54,6 @@ public:
     Outcome finish();
 
 private:
-    bool waitUntil(const std::function<bool()> &condition);
     bool ended();
     void readTerminal();
 
@@ -58,6 +63,11 @@ private:
     int status_ = 0;
     std::string shown_;
 };
+
+/// Looks again and again, a minute at most. \return whether the condition came true
+bool waitUntil(const std::function<bool()> &condition);
+/// Whether a process is there, and not only the memory of how it ended.
+bool isAlive(pid_t process);
 
 /// The path of the command line that was built.
 std::string programPath();

@@ -18,10 +18,10 @@ JobOptions jobOptions(const ApplyOptions &options)
             options.dryRun};
 }
 
-void requireOutput(const ApplyOptions &options)
+void requireOutput(const std::vector<std::filesystem::path> &inputs, const ApplyOptions &options)
 {
     if (options.output.empty())
-        throw Failure(ExitCode::Usage, "no output is given: -o FILE, or -o DIR for several images");
+        throw Failure(ExitCode::Usage, concat("no output is given: -o ", inputs.size() > 1 ? "DIR" : "FILE"));
     checkTelling(options.output, options.telling);
 }
 
@@ -52,10 +52,15 @@ std::string effectNames(const std::vector<Step> &steps)
     return names;
 }
 
-Task taskOf(const std::vector<Step> &steps)
+/// What is known before any picture is. Words that are not understood are refused here.
+Task taskOf(const StepsFor &stepsFor, const std::string &name, const ApplyOptions &options)
 {
-    return {[steps](void *) { return steps; }, steps.size(), effectNames(steps), filesOf(steps, true),
-            filesOf(steps, false)};
+    const std::vector<Step> steps = stepsFor(nullptr);
+    Task task{stepsFor, steps.size(), name.empty() ? effectNames(steps) : name, filesOf(steps, true),
+              filesOf(steps, false)};
+    if (!options.selection.mask.empty())
+        task.read.push_back(options.selection.mask);
+    return task;
 }
 
 void runOne(const PictureJob &job, const Task &task, const ApplyOptions &options)
@@ -93,14 +98,15 @@ void runIntoFolder(const std::vector<std::filesystem::path> &inputs, const Task 
 void runApply(std::span<const std::string> words, const ApplyOptions &options)
 {
     const Chain chain = chainOf(words, options);
-    runTask(chain.inputs, taskOf(chain.steps), options);
+    runSteps(
+        chain.inputs, {}, [&](void *) { return chain.steps; }, options);
 }
 
-void runTask(const std::vector<std::filesystem::path> &inputs, Task task, const ApplyOptions &options)
+void runSteps(const std::vector<std::filesystem::path> &inputs, const std::string &name,
+              const StepsFor &stepsFor, const ApplyOptions &options)
 {
-    requireOutput(options);
-    if (!options.selection.mask.empty())
-        task.read.push_back(options.selection.mask);
+    requireOutput(inputs, options);
+    const Task task = taskOf(stepsFor, name, options);
     if (goesIntoFolder(inputs, options.output))
         return runIntoFolder(inputs, task, options);
     if (options.batch.name)

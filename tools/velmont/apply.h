@@ -33,6 +33,8 @@ struct ApplyOptions {
 void runApply(std::span<const std::string> words, const ApplyOptions &options);
 
 /// The same with steps that depend on the picture.
-void runTask(const std::vector<std::filesystem::path> &inputs, Task task, const ApplyOptions &options);
+/// \param name what {effect} stands for in names of results
+void runSteps(const std::vector<std::filesystem::path> &inputs, const std::string &name,
+              const StepsFor &stepsFor, const ApplyOptions &options);
 
 } // namespace velmont::cli

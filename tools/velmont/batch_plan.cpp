@@ -62,7 +62,7 @@ void requireFolder(const std::vector<fs::path> &inputs, const fs::path &folder)
                                           inQuotes(inputs[0].string()), " and ", inQuotes(inputs[1].string()),
                                           inputs.size() > 2 ? " ..." : "")
                                  : concat(inputs[0].string(), " is a folder"),
-               "; they need a folder: -o DIR, or -o ", folder.string(), "/");
+               "; results need a folder: -o DIR, or -o ", folder.string(), "/");
 }
 
 /// What a shell would find for FOLDER/*, as far as the endings are those of pictures.

@@ -231,15 +231,6 @@ constexpr PictureCommand kPictureCommands[] = {
     {"stamp", [](const Request &r, void *dib) { return stampSteps(r.stamp, dib); }},
 };
 
-/// Files beside the image that were named.
-void addBeside(std::vector<std::filesystem::path> &files,
-               std::initializer_list<std::optional<std::string>> names)
-{
-    for (const std::optional<std::string> &name : names)
-        if (name)
-            files.emplace_back(*name);
-}
-
 /// \return false when none of these commands was given
 bool runPictureCommand(const CLI::App &app, Request &request)
 {
@@ -248,10 +239,9 @@ bool runPictureCommand(const CLI::App &app, Request &request)
             continue;
         if (request.words.empty())
             refuse(command.name, " needs an image");
-        Task task{[&](void *dib) { return command.steps(request, dib); }, 1, command.name, {}, {}};
-        addBeside(task.made, {request.shadow.newMask});
-        addBeside(task.read, {request.shadow.mask, request.fill.mask, request.stamp.stamp});
-        runTask({request.words.begin(), request.words.end()}, std::move(task), outputOptions(request));
+        runSteps(
+            {request.words.begin(), request.words.end()}, command.name,
+            [&](void *dib) { return command.steps(request, dib); }, outputOptions(request));
         return true;
     }
     return false;

@@ -1,6 +1,7 @@
 #include "command_line.h"
 #include "exit_codes.h"
 #include "notes.h"
+#include <csignal>
 #include <exception>
 #include <new>
 
@@ -18,6 +19,8 @@ int fail(ExitCode code, const char *line)
 
 int main(int argc, char **argv)
 {
+    // A file above the limit of the shell is an error to be told like that of a full disk.
+    std::signal(SIGXFSZ, SIG_IGN);
     try {
         runCommandLine({argv + (argc > 0 ? 1 : 0), argv + argc});
         return static_cast<int>(ExitCode::Success);

@@ -22,7 +22,8 @@ struct JobOptions {
     bool dryRun = false; ///< check everything, run and write nothing
 };
 
-/// The steps for a picture, once it has been read.
+/// The steps for a picture, once it has been read. Before (null) they tell what is wrong with the words that ask for
+/// them, and which files they need and make.
 using StepsFor = std::function<std::vector<Step>(void *dib)>;
 
 /// An image and where its result goes; "-" is standard input and standard output.

@@ -66,7 +66,8 @@ struct StampRequest {
 };
 
 /// Refuses a pixel outside a picture.
-/// \param typed the option and its value \param subject the picture's name in the message
+/// \param typed the option and its value \param subject the picture's name in the message \param dib null for a picture that
+/// is not known yet
 /// \throws Failure with ExitCode::Usage that names the picture's size
 void requireInside(std::string_view typed, TypedPoint at, void *dib, std::string_view subject);
 
@@ -74,6 +75,8 @@ void requireInside(std::string_view typed, TypedPoint at, void *dib, std::string
 Step magicMaskStep(TypedPoint at, const std::array<int, 3> &tolerance);
 
 /// The steps that do it to this picture; none where it is to stay as it is.
+/// The steps that do it to this picture; none where it is to stay as it is. Without a picture (null) they are about
+/// the ones, and only what was typed is looked at.
 /// \throws Failure with ExitCode::Usage for what is not understood
 std::vector<Step> resizeSteps(const ResizeRequest &request, void *dib);
 std::vector<Step> cropSteps(const CropRequest &request, void *dib);

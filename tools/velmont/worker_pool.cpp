@@ -31,6 +31,9 @@ constexpr std::size_t kMostIdleDeaths = 100;
 
 /// Messages of workers: a letter and the rest.
 constexpr char kSaid = 's', kDone = 'd', kFailed = 'f', kAborted = 'a';
+/// A part of a message that is too long for the system to take at once; the rest follows.
+constexpr char kPart = '+';
+constexpr std::size_t kLongestPart = std::size_t{1} << 15;
 
 std::string textOf(int error)
 {
@@ -88,8 +91,9 @@ public:
     }
     void tell(char letter, std::string_view rest) const
     {
-        if (!sendMessage(channel_, concat(std::string_view(&letter, 1), rest)))
-            _exit(1);
+        for (; rest.size() > kLongestPart; rest.remove_prefix(kLongestPart))
+            send(kPart, rest.substr(0, kLongestPart));
+        send(letter, rest);
     }
     void tellFailure(ExitCode code, std::string_view line) const
     {
@@ -98,6 +102,12 @@ public:
     }
 
 private:
+    void send(char letter, std::string_view rest) const
+    {
+        if (!sendMessage(channel_, concat(std::string_view(&letter, 1), rest)))
+            _exit(1);
+    }
+
     int channel_;
 };
 
@@ -306,7 +316,10 @@ void WorkerPool::hear(Worker &worker)
 
 void WorkerPool::take(Worker &worker, std::string_view message)
 {
-    const std::string rest(message.substr(1));
+    worker.heard += message.substr(1);
+    if (message.front() == kPart)
+        return;
+    const std::string rest = std::exchange(worker.heard, {});
     if (message.front() == kSaid)
         return listener_.said(rest);
     const std::size_t job = std::exchange(worker.job, std::nullopt).value();
@@ -324,6 +337,7 @@ void WorkerPool::bury(Worker &worker)
     close(worker.channel);
     const std::string end = endText(statusOf(worker.process));
     const pid_t process = std::exchange(worker.process, -1);
+    worker.heard.clear();
     const auto job = std::exchange(worker.job, std::nullopt);
     if (job && !shared_->stop)
         listener_.failed(*job, ExitCode::NoResult, end, process);

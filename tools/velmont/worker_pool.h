@@ -63,6 +63,7 @@ private:
         pid_t process = -1;
         int channel = -1; ///< messages both ways
         std::optional<std::size_t> job;
+        std::string heard; ///< of a message that comes in parts
 
         bool isAlive() const { return process > 0; }
     };
