@@ -284,7 +284,8 @@ private:
     /// Names of fields stand in messages.
     static void requireName(const Placed &at, std::string_view name)
     {
-        if (!looksLikeField(concat(name, "=")))
+        constexpr std::size_t kLongest = 60;
+        if (name.size() > kLongest || !looksLikeField(concat(name, "=")))
             refuseAt(at, "there is no such field");
     }
 
