@@ -31,6 +31,13 @@ std::string runPicture(const PlannedPicture &picture, const Task &task, const Jo
     return toJson(report).dump();
 }
 
+/// Whether a line names an image, as in "a.png: ..." or "blur: a.png is ...".
+bool isAbout(const std::string &line, const std::string &input)
+{
+    return line.starts_with(input + ": ") || line.find(concat(": ", input, ": ")) != std::string::npos ||
+           line.find(concat(": ", input, " ")) != std::string::npos;
+}
+
 /// Tells of a batch while it runs and in the end.
 class Teller : public WorkerListener {
 public:
@@ -56,8 +63,7 @@ public:
     void failed(std::size_t job, ExitCode code, const std::string &line, pid_t process) override
     {
         const fs::path &input = pictures_[job].job.input;
-        const bool isNamed = line.find(input.string()) != std::string::npos;
-        const std::string whole = isNamed ? line : concat(input.string(), ": ", line);
+        const std::string whole = isAbout(line, input.string()) ? line : concat(input.string(), ": ", line);
         if (process > 0)
             io::removeLeftovers(pictures_[job].job.output.parent_path(), process);
         failures_[job] = toJson(JobFailure{input, static_cast<int>(code), whole});

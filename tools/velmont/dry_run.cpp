@@ -1,6 +1,5 @@
 #include "dry_run.h"
 #include "conversion.h"
-#include "exit_codes.h"
 #include "recipe.h"
 #include "standard_streams.h"
 #include "text.h"

@@ -103,7 +103,8 @@ void setMagic(Step &step, TypedPoint at, const std::array<int, 3> &tolerance)
 void setMagic(Step &step, const std::string &place, const std::string &tolerance, void *dib)
 {
     const TypedPoint at = parsePoint("--at", place);
-    requireInside(concat("--at=", place), at, dib, "the image");
+    if (dib)
+        requireInside(concat("--at=", place), at, dib, "the image");
     setMagic(step, at, parseLevels("--tolerance", tolerance));
 }
 

@@ -74,7 +74,6 @@ void requireInside(std::string_view typed, TypedPoint at, void *dib, std::string
 /// Makes a mask of the connected pixels of similar colour around one, counted from the top.
 Step magicMaskStep(TypedPoint at, const std::array<int, 3> &tolerance);
 
-/// The steps that do it to this picture; none where it is to stay as it is.
 /// The steps that do it to this picture; none where it is to stay as it is. Without a picture (null) they are about
 /// the ones, and only what was typed is looked at.
 /// \throws Failure with ExitCode::Usage for what is not understood

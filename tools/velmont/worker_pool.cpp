@@ -298,12 +298,12 @@ void WorkerPool::wait()
         channels.push_back({worker.channel, POLLIN, 0});
         speakers.push_back(&worker);
     }
+    listener_.tick();
     const timespec tick{0, kTick};
     if (ppoll(channels.data(), channels.size(), &tick, &signalsBefore_) > 0)
         for (std::size_t i = 0; i < channels.size(); ++i)
             if (channels[i].revents != 0)
                 hear(*speakers[i]);
-    listener_.tick();
 }
 
 void WorkerPool::hear(Worker &worker)

@@ -28,7 +28,7 @@ public:
     virtual void done(std::size_t job, const std::string &report) = 0;
     /// A job failed. \param process the worker if it died of the job, else 0
     virtual void failed(std::size_t job, ExitCode code, const std::string &line, pid_t process) = 0;
-    /// Comes now and then, and after all of the above.
+    /// Comes now and then while there is work, and after all of the above.
     virtual void tick() = 0;
 };
 
