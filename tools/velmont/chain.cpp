@@ -177,12 +177,6 @@ const catalogue::Effect &requireEffect(std::span<const catalogue::Effect> effect
     refuse("there is no effect ", inQuotes(name), hint);
 }
 
-void setField(Step &step, const catalogue::Field &field, std::string_view value)
-{
-    storeValue(step.record.bytes.data(), *step.effect, field, value);
-    step.typed.push_back(&field);
-}
-
 const catalogue::Field &requireField(const catalogue::Effect &effect, std::string_view name)
 {
     const auto field = std::ranges::find(effect.fields, name, &catalogue::Field::name);
@@ -204,6 +198,12 @@ void requireOperands(const Step &step)
         if (!operand.isResult &&
             std::ranges::find(step.operands, &operand, &OperandFile::operand) == step.operands.end())
             refuse(step.effect->name, " needs ", operand.name, "=FILE: ", operand.help);
+}
+
+void setField(Step &step, const catalogue::Field &field, std::string_view value)
+{
+    storeValue(step.record.bytes.data(), *step.effect, field, value);
+    step.typed.push_back(&field);
 }
 
 bool looksLikeField(std::string_view word)

@@ -225,8 +225,9 @@ void defineRecipeCommand(CLI::App &app, Request &request)
     recipe->add_flag("--show", request.recipe.show, "Print the recipe with every field");
     recipe->add_flag("--command", request.recipe.command, "Print the command that does the same");
     recipe->add_flag("--check", request.recipe.check, "Say what is wrong with a recipe, if anything");
-    recipe->add_flag("--convert", request.recipe.convert, "As apply takes it, for the recipe");
-    recipe->add_option("--mask", request.recipe.mask, "As apply takes it, for the recipe")->type_name("FILE");
+    recipe->add_flag("--convert", request.apply.run.convert, "As apply takes it, for the recipe");
+    recipe->add_option("--seed", request.seed, "As apply takes it, for the recipe")->type_name("N");
+    addSelectionOptions(*recipe, request);
 }
 
 void defineCommands(CLI::App &app, Request &request)

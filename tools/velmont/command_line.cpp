@@ -170,18 +170,32 @@ const ApplyOptions &outputOptions(Request &request)
     return request.apply;
 }
 
-/// What a recipe says holds where the command line says nothing.
+/// What a recipe says holds where the command line says nothing; a selection of the command line's takes the place of the
+/// recipe's as a whole.
 void takeOptions(Request &request, const RecipeOptions &options)
 {
+    request.apply.run.convert |= options.convert;
     if (!request.seed)
         request.seed = options.seed;
-    if (request.places.empty() && options.select)
-        request.places.push_back(*options.select);
+    if (!request.mask.empty() || !request.places.empty())
+        return;
+    request.mask = options.mask.string();
+    request.places = options.select;
     if (!request.feather)
         request.feather = options.feather;
-    request.apply.run.convert |= options.convert;
-    if (request.mask.empty())
-        request.mask = options.mask.string();
+    request.apply.selection.invert |= options.invert;
+}
+
+/// The options of the command line for a recipe, checked as apply checks them.
+RecipeOptions recipeOptions(const Request &request)
+{
+    checkSelection(selectionOptions(request));
+    if (request.seed)
+        parseSeed(*request.seed);
+    if (!request.mask.empty())
+        requireFileName(request.mask);
+    return {request.apply.run.convert,      request.mask, request.places,
+            request.apply.selection.invert, request.seed, request.feather};
 }
 
 void takeRecipe(Request &request, const std::string &file)
@@ -256,7 +270,7 @@ void runCommandLine(std::span<char *const> arguments)
     else if (app.got_subcommand("histogram"))
         runHistogram(request);
     else if (app.got_subcommand("recipe"))
-        print(recipeAnswer(request.words, request.recipe));
+        print(recipeAnswer(request.words, request.recipe, recipeOptions(request)));
     else if (!runPictureCommand(app, request))
         refuse("usage: velmont list | info EFFECT | recipe | apply EFFECT ... INPUT -o OUTPUT | histogram "
                "INPUT | "

@@ -15,10 +15,12 @@ using catalogue::Family;
 /// Follows an image through steps as far as its form is known.
 class Plan {
 public:
-    Plan(const io::Picture &picture, const JobOptions &options, JobReport &report)
-        : picture_(picture), options_(options), report_(report), depth_(catalogue::depthOf(picture.dib.get()))
+    Plan(io::Picture &picture, const std::vector<Step> &steps, const JobOptions &options, JobReport &report)
+        : picture_(picture), options_(options), report_(report), depth_(report.before.depth)
     {
         add("read ", inputName(report.input), ": ", shapeText(report.before));
+        if (options.selection.selects())
+            takeSelection(steps);
     }
 
     void takeStep(const Step &step)
@@ -45,6 +47,16 @@ public:
     }
 
 private:
+    /// Selections know pixels of levels only: other images are converted first.
+    void takeSelection(const std::vector<Step> &steps)
+    {
+        const Selection checked(picture_, steps, options_.selection, options_.run, inputName(report_.input));
+        depth_ = shapeOf(picture_.dib.get()).depth;
+        if (depth_ != report_.before.depth)
+            add("convert to ", depthText(depth_), " for the selection");
+        add("select where to change it");
+    }
+
     template <typename... Pieces>
     void add(const Pieces &...pieces)
     {
@@ -94,7 +106,7 @@ private:
         add("write ", outputName(output), " as ", io::formatName(outputFormat(output, options)));
     }
 
-    const io::Picture &picture_;
+    io::Picture &picture_;
     const JobOptions &options_;
     JobReport &report_;
     unsigned depth_; ///< 0 for unknown
@@ -106,16 +118,15 @@ private:
 
 unsigned resultDepth(const Effect &effect, unsigned depth)
 {
-    if (const unsigned converted = convertedDepth(effect))
-        return converted;
+    if (convertedDepth(effect) != 0)
+        return convertedDepth(effect);
     return effect.family == Family::Masks ? 0 : depth;
 }
 
 void planSteps(io::Picture &picture, const std::vector<Step> &steps, const JobOptions &options,
                JobReport &report)
 {
-    const Selection checked(picture, steps, options.selection, options.run, inputName(report.input));
-    Plan plan(picture, options, report);
+    Plan plan(picture, steps, options, report);
     for (const Step &step : steps)
         plan.takeStep(step);
     plan.takeOutputs(steps);

@@ -13,7 +13,7 @@ unsigned resultDepth(const catalogue::Effect &effect, unsigned depth);
 
 /// Checks what can be known about steps before they run: depths, pictures beside the image, the selection, the
 /// folders of the outputs. Fills in the report's plan, and the files that would be made.
-/// \param picture brought to another depth where the selection wants it
+/// \param picture converted where a selection needs that
 /// \throws Failure as the run itself would
 void planSteps(io::Picture &picture, const std::vector<Step> &steps, const JobOptions &options,
                JobReport &report);

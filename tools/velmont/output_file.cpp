@@ -24,10 +24,11 @@ std::string formatWords()
     return joined({words.begin(), words.end()});
 }
 
+/// ".png, .jpg ... or .webp"
 std::string formatEndings()
 {
     const auto endings = io::formatEndings();
-    return joined({endings.begin(), endings.end()});
+    return concat(joined({endings.begin(), endings.end() - 1}), " or ", endings.back());
 }
 
 template <typename... Pieces>
@@ -94,8 +95,7 @@ io::Format outputFormat(const fs::path &output, const OutputOptions &options)
         refuse(ExitCode::Usage, "-o - needs --format FORMAT: ", formatWords());
     const auto format = io::formatOfName(output);
     if (!format)
-        refuse(ExitCode::Usage, output.string(), ": the ending names no format: use one of ", formatEndings(),
-               ", or --format");
+        refuse(ExitCode::Usage, output.string(), ": the ending names no format: use ", formatEndings());
     return *format;
 }
 

@@ -139,6 +139,8 @@ int degreesOf(const std::string &by)
 
 void requireInside(std::string_view typed, TypedPoint at, void *dib, std::string_view subject)
 {
+    if (!dib)
+        return;
     const TypedSize size = sizeOf(dib);
     if (at.x < 0 || at.y < 0 || at.x >= size.width || at.y >= size.height)
         refuse(typed, " lies outside ", subject, ", which is ", std::to_string(size.width), " x ",

@@ -66,7 +66,8 @@ struct StampRequest {
 };
 
 /// Refuses a pixel outside a picture.
-/// \param typed the option and its value \param subject the picture's name in the message
+/// \param typed the option and its value \param subject the picture's name in the message \param dib null for a picture that
+/// is not known yet
 /// \throws Failure with ExitCode::Usage that names the picture's size
 void requireInside(std::string_view typed, TypedPoint at, void *dib, std::string_view subject);
 

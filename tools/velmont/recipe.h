@@ -21,8 +21,12 @@ inline constexpr std::size_t kLargestRecipe = std::size_t{1} << 20;
 /// What a recipe says besides its steps: options of `velmont apply`, as they are typed there.
 struct RecipeOptions {
     bool convert = false;
-    std::filesystem::path mask; ///< empty for none
-    std::optional<std::string> seed, select, feather;
+    std::filesystem::path mask;      ///< empty for none
+    std::vector<std::string> select; ///< places
+    bool invert = false;
+    std::optional<std::string> seed, feather;
+
+    bool operator==(const RecipeOptions &) const = default;
 };
 
 struct Recipe {

@@ -1,6 +1,5 @@
 #include "recipe_command.h"
 #include "exit_codes.h"
-#include "recipe.h"
 #include "text.h"
 
 namespace velmont::cli {
@@ -30,19 +29,20 @@ std::string check(std::span<const std::string> words)
 }
 
 /// \param resolve whether relative names of files in a recipe become relative to where the program runs
-Recipe recipeOf(std::span<const std::string> words, const RecipeRequest &request, bool resolve)
+Recipe recipeOf(std::span<const std::string> words, const RecipeOptions &options, bool resolve)
 {
     if (!isFile(words))
-        return {parseSteps(words, catalogue::effects()), {request.convert, request.mask, {}, {}, {}}};
+        return {parseSteps(words, catalogue::effects()), options};
     const std::filesystem::path file = words.front();
-    if (request.convert || !request.mask.empty())
+    if (!(options == RecipeOptions{}))
         refuse("recipe: options go with effects, and ", inQuotes(words.front()), " is a recipe with its own");
     return readRecipe(file, resolve ? file.parent_path() : "", catalogue::effects());
 }
 
 } // namespace
 
-std::string recipeAnswer(std::span<const std::string> words, const RecipeRequest &request)
+std::string recipeAnswer(std::span<const std::string> words, const RecipeRequest &request,
+                         const RecipeOptions &options)
 {
     if (request.show + request.command + request.check != 1)
         refuse("recipe needs one of --show, --command and --check");
@@ -50,8 +50,8 @@ std::string recipeAnswer(std::span<const std::string> words, const RecipeRequest
         refuse("recipe needs effects or a file");
     if (request.check)
         return check(words);
-    return request.show ? recipeText(recipeOf(words, request, false))
-                        : recipeCommand(recipeOf(words, request, true));
+    return request.show ? recipeText(recipeOf(words, options, false))
+                        : recipeCommand(recipeOf(words, options, true));
 }
 
 } // namespace velmont::cli

@@ -2,6 +2,7 @@
 #include "field_value.h"
 #include "nearest_name.h"
 #include "recipe.h"
+#include "selection.h"
 #include "strict_json.h"
 #include "text.h"
 #include <algorithm>
@@ -102,7 +103,8 @@ public:
         const Placed at{whole, ""};
         requireObject(at,
                       R"(a recipe is an object such as {"velmont": 1, "steps": [{"effect": "negative"}]})");
-        requireKeys(at, {"$schema", "velmont", "steps", "seed", "convert", "mask", "select", "feather"});
+        requireKeys(
+            at, {"$schema", "velmont", "steps", "seed", "convert", "mask", "select", "feather", "invert"});
         requireVersion(at);
         return {stepsAt(at), optionsAt(at)};
     }
@@ -174,7 +176,7 @@ private:
     {
         const std::string text = typed(field, at);
         requirePrintable(text);
-        storeValue(step.record.bytes.data(), *step.effect, field, text);
+        setField(step, field, text);
     }
 
     /// A value as it is typed on the command line.
@@ -225,14 +227,16 @@ private:
         RecipeOptions options;
         if (at.value.contains("convert"))
             options.convert = switchAt(at["convert"]);
+        if (at.value.contains("invert"))
+            options.invert = switchAt(at["invert"]);
         if (at.value.contains("mask"))
             options.mask = fileAt(at["mask"]);
         if (at.value.contains("seed"))
             options.seed = wholeAt(at["seed"]);
         if (at.value.contains("feather"))
-            options.feather = wholeAt(at["feather"]);
+            options.feather = featherAt(at["feather"]);
         if (at.value.contains("select"))
-            options.select = selectionAt(at["select"]);
+            options.select = placesAt(at["select"]);
         return options;
     }
 
@@ -250,17 +254,38 @@ private:
         return at.value.dump();
     }
 
-    static std::string selectionAt(const Placed &at)
+    static std::vector<std::string> placesAt(const Placed &at)
     {
-        const std::string &text = textAt(at, "a text as --select takes it");
-        explain(at, [&] { requirePrintable(text); });
+        if (!at.value.is_array())
+            refuseValue(at, R"(a list of places such as ["30,40", "5,6,10,20,30"])");
+        std::vector<std::string> places;
+        for (std::size_t i = 0; i < at.value.size(); ++i)
+            places.push_back(placeAt({at.value[i], elementPlace(at.place, i)}));
+        return places;
+    }
+
+    static std::string placeAt(const Placed &at)
+    {
+        const std::string &text = textAt(at, "a place such as \"30,40\"");
+        explain(at, [&] {
+            requirePrintable(text);
+            parsePlace(text);
+        });
+        return text;
+    }
+
+    static std::string featherAt(const Placed &at)
+    {
+        const std::string text = wholeAt(at);
+        explain(at, [&] { parseFeather(text); });
         return text;
     }
 
     /// Names of fields stand in messages.
     static void requireName(const Placed &at, std::string_view name)
     {
-        if (!looksLikeField(concat(name, "=")))
+        constexpr std::size_t kLongest = 60;
+        if (name.size() > kLongest || !looksLikeField(concat(name, "=")))
             refuseAt(at, "there is no such field");
     }
 

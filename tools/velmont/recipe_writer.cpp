@@ -76,11 +76,23 @@ std::string nameJson(const fs::path &file)
     return name;
 }
 
+bool isTyped(const Step &step, const Field &field)
+{
+    return std::ranges::find(step.typed, &field) != step.typed.end();
+}
+
+/// Whether a recipe shows a field. A colour of gaps says more than its value when it is given: that they are opaque.
+bool isShown(const Step &step, const Field &field)
+{
+    return !field.fillsGaps || isTyped(step, field);
+}
+
 Json stepJson(const Step &step)
 {
     Json object = {{"effect", step.effect->name}};
     for (const Field &field : step.effect->fields)
-        object["fields"][std::string(field.name)] = fieldJson(step, field);
+        if (isShown(step, field))
+            object["fields"][std::string(field.name)] = fieldJson(step, field);
     for (const OperandFile &given : step.operands)
         object["files"][std::string(given.operand->name)] = nameJson(given.file);
     return object;
@@ -94,10 +106,12 @@ void addOptions(Json &object, const RecipeOptions &options)
         object["convert"] = true;
     if (!options.mask.empty())
         object["mask"] = nameJson(options.mask);
-    if (options.select)
-        object["select"] = *options.select;
+    if (!options.select.empty())
+        object["select"] = options.select;
     if (options.feather)
         object["feather"] = Json::parse(*options.feather);
+    if (options.invert)
+        object["invert"] = true;
 }
 
 /// A word as a shell takes it.
@@ -123,11 +137,11 @@ std::string optionWords(const RecipeOptions &options)
         add("--mask", options.mask.string());
     if (options.seed)
         add("--seed", *options.seed);
-    if (options.select)
-        add("--select", *options.select);
+    for (const std::string &place : options.select)
+        add("--select", place);
     if (options.feather)
         add("--feather", *options.feather);
-    return words;
+    return words.append(options.invert ? " --invert" : "");
 }
 
 } // namespace
@@ -138,7 +152,7 @@ std::string stepWords(const Step &step)
     std::string words(step.effect->name);
     for (const Field &field : step.effect->fields) {
         const std::string text = typedField(step, field);
-        if (text != typedField(plain, field))
+        if (text != typedField(plain, field) || (field.fillsGaps && isTyped(step, field)))
             words += concat(" ", quoted(concat(field.name, "=", text)));
     }
     for (const OperandFile &given : step.operands)
