@@ -2,6 +2,7 @@
 #include "catalogue/in_place.h"
 #include "exit_codes.h"
 #include "interrupt.h"
+#include "nearest_name.h"
 #include "notes.h"
 #include "text.h"
 #include <algorithm>
@@ -19,13 +20,22 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// The ending that was probably meant.
+std::string nearEnding(const fs::path &output)
+{
+    static constexpr std::array<std::string_view, 6> kEndings{".png", ".jpg", ".jpeg",
+                                                              ".jpe", ".bmp", ".dib"};
+    return didYouMean(output.extension().string(), kEndings);
+}
+
 io::Format outputFormat(const fs::path &output)
 {
     const auto format = io::formatOfName(output);
     if (!format)
         throw Failure(ExitCode::Usage, output.string() +
                                            ": the ending names no format: use .png, .jpg, .jpeg, "
-                                           ".jpe, .bmp or .dib");
+                                           ".jpe, .bmp or .dib" +
+                                           nearEnding(output));
     return *format;
 }
 

@@ -31,7 +31,7 @@ std::string exitCodesText()
 /// Help with a usage line of its own.
 class Help : public CLI::Formatter {
 public:
-    explicit Help(std::string usage) : usage_(std::move(usage)) { column_width(22); }
+    explicit Help(std::string usage) : usage_(std::move(usage)) { column_width(26); }
     std::string make_usage(const CLI::App *, std::string) const override
     {
         return concat("\nUsage: ", usage_, "\n");
@@ -47,6 +47,7 @@ CLI::App *addCommand(CLI::App &app, const std::string &name, const std::string &
                      const std::string &help)
 {
     CLI::App *const command = app.add_subcommand(name, help);
+    command->group("Commands");
     command->formatter(std::make_shared<Help>(concat("velmont ", name, " ", words)));
     return command;
 }
@@ -168,11 +169,15 @@ void defineCommands(CLI::App &app, Request &request)
     app.set_version_flag("--version", "velmont " VELMONT_VERSION, "Show the version");
     app.footer(exitCodesText());
 
-    CLI::App *const list = addCommand(app, "list", "[--json]", "Show the effects");
-    list->add_flag("--json", request.json, "Everything about them, for programs");
+    CLI::App *const list = addCommand(app, "list", "[FAMILY] [--search TEXT] [--json]", "Show the effects");
+    list->add_option("FAMILY", request.list.family, "The first word of its name");
+    list->add_option("--search", request.list.search, "Those with this in their name or description")
+        ->type_name("TEXT");
+    list->add_flag("--json", request.list.json, "Everything about them, for programs");
 
-    CLI::App *const info = addCommand(app, "info", "EFFECT", "Show all about one effect");
+    CLI::App *const info = addCommand(app, "info", "[--json] EFFECT", "Show all about one effect");
     info->add_option("EFFECT", request.effect, "A name of the list");
+    info->add_flag("--json", request.json, "As an object of list --json, for programs");
 
     CLI::App *const histogram =
         addCommand(app, "histogram", "[--json] [--convert] INPUT", "Show how often each level occurs");

@@ -6,6 +6,7 @@
 
 #include "apply.h"
 #include "histogram.h"
+#include "list.h"
 #include "picture_steps.h"
 #include <optional>
 #include <string>
@@ -19,7 +20,8 @@ namespace velmont::cli {
 
 /// What the arguments said.
 struct Request {
-    bool json = false;
+    ListRequest list;
+    bool json = false; ///< of info
     std::string effect;
     std::vector<std::string> words;
     std::string output, mask;

@@ -120,14 +120,15 @@ int jpegQuality(const std::string &text)
 
 void runList(const Request &request)
 {
-    print(request.json ? listJson() : listText());
+    print(listText(request.list, Style::of(Stream::Output)));
 }
 
 void runInfo(const Request &request)
 {
     if (request.effect.empty())
         refuse("info needs the name of an effect");
-    print(infoText(requireEffect(catalogue::effects(), request.effect)));
+    const catalogue::Effect &effect = requireEffect(catalogue::effects(), request.effect);
+    print(request.json ? effectJson(effect) : infoText(effect, Style::of(Stream::Output)));
 }
 
 void runHistogram(const Request &request)
