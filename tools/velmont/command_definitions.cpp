@@ -36,6 +36,7 @@ public:
     {
         return concat("\nUsage: ", usage_, "\n");
     }
+    const std::string &usage() const { return usage_; }
     /// Usage says more about positional words.
     std::string make_positionals(const CLI::App *) const override { return {}; }
 
@@ -48,7 +49,7 @@ CLI::App *addCommand(CLI::App &app, const std::string &name, const std::string &
 {
     CLI::App *const command = app.add_subcommand(name, help);
     command->group("Commands");
-    command->formatter(std::make_shared<Help>(concat("velmont ", name, " ", words)));
+    command->formatter(std::make_shared<Help>(concat("velmont ", name, words.empty() ? "" : " ", words)));
     return command;
 }
 
@@ -159,6 +160,17 @@ void definePictureCommands(CLI::App &app, Request &request)
         ->type_name("R,G,B");
 }
 
+/// What serves shells and manuals.
+void defineShellCommands(CLI::App &app, Request &request)
+{
+    CLI::App *const completion =
+        addCommand(app, "completion", "bash | zsh", "Print what completes command lines in a shell");
+    completion->add_option("SHELL", request.shell, "The shell");
+    addCommand(app, "man", "", "Print the manual page");
+    // Asked by what completion prints, with the words of the line behind "--".
+    addCommand(app, "complete", "-- WORD ...", "Tell what may stand in place of the last word")->group("");
+}
+
 } // namespace
 
 void defineCommands(CLI::App &app, Request &request)
@@ -195,6 +207,28 @@ void defineCommands(CLI::App &app, Request &request)
         ->type_name("FILE");
     definePictureCommands(app, request);
     definePaintingCommands(app, request);
+    defineShellCommands(app, request);
+}
+
+std::vector<const CLI::App *> shownCommands(const CLI::App &app)
+{
+    return app.get_subcommands([](const CLI::App *command) { return !command->get_group().empty(); });
+}
+
+std::string usageOf(const CLI::App &command)
+{
+    return dynamic_cast<const Help &>(*command.get_formatter()).usage();
+}
+
+std::string notesOf(const CLI::App &command)
+{
+    const std::string text = command.get_footer(), exitCodes = exitCodesText();
+    return text.ends_with(exitCodes) ? text.substr(0, text.size() - exitCodes.size()) : text;
+}
+
+bool takesValue(const CLI::Option &option)
+{
+    return option.get_type_size() != 0 && option.get_items_expected_max() > 0;
 }
 
 } // namespace velmont::cli

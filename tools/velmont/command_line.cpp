@@ -1,17 +1,20 @@
 #include "command_line.h"
 #include "apply.h"
 #include "command_definitions.h"
+#include "completion.h"
 #include "exit_codes.h"
 #include "field_value.h"
 #include "histogram.h"
 #include "info.h"
 #include "list.h"
+#include "manual.h"
 #include "nearest_name.h"
 #include "picture_steps.h"
 #include "results.h"
 #include "text.h"
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <array>
 #include <sstream>
 #include <utility>
 #include <vector>
@@ -44,7 +47,7 @@ std::string nearOption(const CLI::App &command, const std::string &option)
 std::string nearCommand(const CLI::App &app, const std::string &word)
 {
     std::vector<std::string> names;
-    for (const CLI::App *command : app.get_subcommands([](const CLI::App *) { return true; }))
+    for (const CLI::App *command : shownCommands(app))
         names.push_back(command->get_name());
     return didYouMeanOneOf(word, names);
 }
@@ -195,7 +198,8 @@ void runCommandLine(std::span<char *const> arguments)
     const Arguments split = splitArguments(arguments);
     if (!parse(app, split.free))
         return;
-    const bool takesNoFile = app.got_subcommand("info") || app.got_subcommand("list");
+    const bool takesNoFile = std::ranges::any_of(std::array{"info", "list", "man", "completion"},
+                                                 [&](const char *name) { return app.got_subcommand(name); });
     if ((takesNoFile || app.get_subcommands().empty()) && !split.literal.empty())
         refuse("unexpected word ", inQuotes(split.literal.front()));
     request.words.insert(request.words.end(), split.literal.begin(), split.literal.end());
@@ -207,9 +211,16 @@ void runCommandLine(std::span<char *const> arguments)
         runList(request);
     else if (app.got_subcommand("histogram"))
         runHistogram(request);
+    else if (app.got_subcommand("man"))
+        print(manualText(app));
+    else if (app.got_subcommand("completion"))
+        print(completionScript(request.shell));
+    else if (app.got_subcommand("complete"))
+        print(completionsText(app, request.words));
     else if (!runPictureCommand(app, request))
         refuse("usage: velmont list | info EFFECT | apply EFFECT ... INPUT -o OUTPUT | histogram INPUT | "
-               "resize | crop | rotate | select | fill | gradient | shadow | stamp INPUT ... -o OUTPUT; "
+               "resize | crop | rotate | select | fill | gradient | shadow | stamp INPUT ... -o OUTPUT | "
+               "completion SHELL | man; "
                "\"velmont --help\" says more");
 }
 
