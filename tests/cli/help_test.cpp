@@ -11,7 +11,7 @@ protected:
     {
         EXPECT_EQ(outcome.exitCode, 0);
         EXPECT_EQ(outcome.err, "");
-        for (const std::string code : {"0", "2", "3", "4", "5", "130"})
+        for (const std::string code : {"0", "2", "3", "4", "5", "6", "130"})
             EXPECT_NE(outcome.out.find("\n  " + code + " "), std::string::npos) << code;
     }
 };
@@ -68,7 +68,7 @@ TEST_F(Help, SuggestsOptions)
 
 TEST_F(Help, RefusesSpareWords)
 {
-    expectRefusal({"list", "negative"}, 2, "list: unexpected word \"negative\"");
+    expectRefusal({"list", "tone", "more"}, 2, "list: unexpected word \"more\"");
     expectRefusal({"list", "--", "negative"}, 2, "unexpected word \"negative\"");
 }
 
