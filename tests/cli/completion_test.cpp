@@ -3,6 +3,7 @@
 #include "text.h"
 #include <algorithm>
 #include <sstream>
+#include <utility>
 
 namespace velmont::test {
 
@@ -159,55 +160,104 @@ TEST_F(BashCompletion, RepliesWithWhatTakesTheLastPiecesPlace)
     EXPECT_EQ(replies("velmont list fil", "velmont list fil"), "<filters>");
 }
 
-/// A session on a terminal of its own: each line, a tab, and a key that prints what the line is then.
-TEST_F(Completion, WorksInZsh)
-{
-    if (!hasTerminals())
-        GTEST_SKIP() << "no terminals";
-    writeText("my file.png", "");
-    writeText("mask.png", "");
-    writeText("session", R"shell(zmodload zsh/zpty
-zpty z zsh -f -i
-zpty -w z "PROMPT= TERM=dumb; path=(${PROGRAM:h} \$path) fpath=($PWD/functions \$fpath)"
-zpty -w z "autoload -Uz compinit && compinit -u -D; setopt no_beep"
-zpty -w z "show() { print -r -- \"LI\"\"NE<\$BUFFER>\"; BUFFER=; zle .accept-line }"
-zpty -w z "zle -N show; bindkey '^Y' show; bindkey '^I' complete-word; print REA\"\"DY"
-zpty -r z out '*READY*'
+/// Sessions on a terminal of their own, which zsh drives: each line, a tab, and a key that prints what the line is then.
+class InteractiveCompletion : public Completion {
+protected:
+    InteractiveCompletion()
+    {
+        writeText("my file.png", "");
+        writeText("mask.png", "");
+        std::filesystem::create_directory(file("functions"));
+    }
+
+    void SetUp() override
+    {
+        if (!hasTerminals())
+            GTEST_SKIP() << "no terminals";
+        if (Program(folder(), {"/bin/sh", "-c", "command -v zsh && command -v bash"}).finish().exitCode != 0)
+            GTEST_SKIP() << "zsh or bash is not installed";
+    }
+
+    /// \param shell how it is started
+    /// \param preparation its first line, which makes Ctrl-Y print the line and puts the program in its path
+    /// \param lines to complete, and what they become
+    void expectCompletions(const std::string &shell, const std::string &preparation,
+                           const std::vector<std::pair<std::string, std::string>> &lines) const
+    {
+        writeText("preparation", preparation);
+        writeText("session", R"shell(zmodload zsh/zpty
+"$PROGRAM" completion zsh > functions/_velmont && zsh -n functions/_velmont
+zpty s ${=SHELL_COMMAND}
+zpty -w s ". ./preparation; echo REA\"\"DY"
+zpty -r s out '*READY*'
 for line; do
-    zpty -w -n z "$line"$'\t\C-y'
-    zpty -r z out '*LINE<*>*'
+    zpty -w -n s "$line"$'\t\C-y'
+    zpty -r s out '*LINE<*>*'
     print -r -- "${${out##*LINE<}%%>*}|"
 done
-zpty -d z
+zpty -d s
 )shell");
-    const std::string shell = "command -v zsh >/dev/null || exit 77\n"
-                              "mkdir functions && \"$0\" completion zsh > functions/_velmont && "
-                              "zsh -n functions/_velmont && PROGRAM=\"$0\" exec zsh -f session \"$@\"";
-    const Outcome outcome = Program(folder(), {"/bin/sh", "-c", shell, programPath(),              //
-                                               "velmont hist",                                     //
-                                               "velmont apply wi",                                 //
-                                               "velmont apply wind dir",                           //
-                                               "velmont apply wind direction=from-l",              //
-                                               "velmont apply wind direction=from-left str",         //
-                                               "velmont apply wind then negat",                    //
-                                               "velmont apply splash-cut-out alpha=mas",           //
-                                               "velmont apply splash-cut-out newAlpha=x alpha=my", //
-                                               "velmont apply wind --mask=mas",                    //
-                                               "velmont list fil"})
-                                .finish();
-    if (outcome.exitCode == 77)
-        GTEST_SKIP() << "zsh is not installed";
-    EXPECT_EQ(outcome.err, "");
-    EXPECT_EQ(outcome.out, "velmont histogram |\n"
-                           "velmont apply wind |\n"
-                           "velmont apply wind direction=|\n"
-                           "velmont apply wind direction=from-left |\n"
-                           "velmont apply wind direction=from-left strength=|\n"
-                           "velmont apply wind then negative |\n"
-                           "velmont apply splash-cut-out alpha=mask.png |\n"
-                           "velmont apply splash-cut-out newAlpha=x alpha=my\\ file.png |\n"
-                           "velmont apply wind --mask=mask.png |\n"
-                           "velmont list filters |\n");
+        std::vector<std::string> command{"/usr/bin/env",
+                                         "PROGRAM=" + programPath(),
+                                         "TERM=dumb",
+                                         "PS1=",
+                                         "SHELL_COMMAND=" + shell,
+                                         "INPUTRC=/dev/null",
+                                         "zsh",
+                                         "-f",
+                                         "session"};
+        std::string expected;
+        for (const auto &[typed, completed] : lines) {
+            command.push_back(typed);
+            expected += cli::concat(completed, "|\n");
+        }
+        const Outcome outcome = Program(folder(), command).finish();
+        EXPECT_EQ(outcome.err, "");
+        EXPECT_EQ(outcome.out, expected);
+    }
+
+    static std::vector<std::pair<std::string, std::string>> linesForEveryShell()
+    {
+        return {
+            {"velmont hist", "velmont histogram "},
+            {"velmont apply wi", "velmont apply wind "},
+            {"velmont apply wind dir", "velmont apply wind direction="},
+            {"velmont apply wind direction=from-l", "velmont apply wind direction=from-left "},
+            {"velmont apply wind direction=from-left str",
+             "velmont apply wind direction=from-left strength="},
+            {"velmont apply wind then negat", "velmont apply wind then negative "},
+            {"velmont apply wind fun", "velmont apply wind functions/"},
+            {"velmont apply splash-cut-out alpha=mas", "velmont apply splash-cut-out alpha=mask.png "},
+            {"velmont apply splash-cut-out newAlpha=x alpha=my",
+             "velmont apply splash-cut-out newAlpha=x alpha=my\\ file.png "},
+            {"velmont apply wind --mask=mas", "velmont apply wind --mask=mask.png "},
+            {"velmont apply wind --mas", "velmont apply wind --mask "},
+            {"velmont list fil", "velmont list filters "},
+        };
+    }
+};
+
+TEST_F(InteractiveCompletion, InZsh)
+{
+    expectCompletions("zsh -f -i", R"shell(PROMPT= path=(${PROGRAM:h} $path) fpath=($PWD/functions $fpath)
+autoload -Uz compinit && compinit -u -D
+setopt no_beep
+show() { print -r -- "LI""NE<$BUFFER>"; BUFFER=; zle .accept-line }
+zle -N show
+bindkey '^Y' show
+bindkey '^I' complete-word
+)shell",
+                      linesForEveryShell());
+}
+
+TEST_F(InteractiveCompletion, InBash)
+{
+    expectCompletions("bash --norc --noprofile -i", R"shell(PS1= PATH=${PROGRAM%/*}:$PATH
+bind 'set enable-bracketed-paste off'
+bind -x '"\C-y": printf "LI""NE<%s>\n" "$READLINE_LINE"; READLINE_LINE=; READLINE_POINT=0'
+source <(velmont completion bash)
+)shell",
+                      linesForEveryShell());
 }
 
 } // namespace

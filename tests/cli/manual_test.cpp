@@ -84,8 +84,9 @@ TEST_F(Manual, FormatsWithoutAWarning)
 {
     writeText("velmont.1", page_);
     const Outcome outcome =
-        Program(folder(), {"/bin/sh", "-c",
-                           "command -v groff >/dev/null || exit 77; groff -K utf8 -man -ww -Tutf8 -P-cbou velmont.1"})
+        Program(folder(),
+                {"/bin/sh", "-c",
+                 "command -v groff >/dev/null || exit 77; groff -K utf8 -man -ww -Tutf8 -P-cbou velmont.1"})
             .finish();
     if (outcome.exitCode == 77)
         GTEST_SKIP() << "groff is not installed";

@@ -34,13 +34,14 @@ _velmont() {
         if [[ $kind == word && $text == "$current"* ]]; then
             COMPREPLY+=("${text#"$prefix"}")
         elif [[ $kind == file ]]; then
-            has_files=1
             while IFS= read -r word; do
+                has_files=1
                 word=$text$word
                 COMPREPLY+=("${word#"$prefix"}")
             done < <(compgen -f -- "${current#"$text"}")
         fi
     done < <("${words[0]/#\~\//$HOME/}" complete -- "${words[@]:1}" 2>/dev/null)
+    # Quotes what has to be, but "=" too: only where there are files.
     [[ -z $has_files ]] || compopt -o filenames 2>/dev/null
     [[ ${#COMPREPLY[@]} -ne 1 || ${COMPREPLY[0]} != *= ]] || compopt -o nospace 2>/dev/null
 }
