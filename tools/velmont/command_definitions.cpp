@@ -10,6 +10,21 @@ namespace velmont::cli {
 
 namespace {
 
+constexpr auto kWholeFooter =
+    R"("velmont COMMAND --help" shows the options of a command, "velmont info EFFECT" the fields of an effect, and
+"velmont man" all of it. Results go to standard output, all else to standard error. NO_COLOR keeps colour off the
+terminal.
+
+)";
+
+constexpr auto kCompletionFooter =
+    R"(An installed velmont has brought it along. Otherwise this loads it into a running shell:
+
+  source <(velmont completion bash)
+  source <(velmont completion zsh)     # behind compinit
+
+)";
+
 constexpr auto kApplyFooter =
     R"(EFFECT is a name of "velmont list"; "velmont info EFFECT" shows its fields. "then" joins several effects, which
 run in memory from left to right. Values are whole numbers, numbers, #rrggbb or names. The format of INPUT is told
@@ -49,6 +64,7 @@ CLI::App *addCommand(CLI::App &app, const std::string &name, const std::string &
 {
     CLI::App *const command = app.add_subcommand(name, help);
     command->group("Commands");
+    command->footer(exitCodesText());
     command->formatter(std::make_shared<Help>(concat("velmont ", name, words.empty() ? "" : " ", words)));
     return command;
 }
@@ -69,7 +85,6 @@ CLI::App *addPictureCommand(CLI::App &app, Request &request, const std::string &
                             const std::string &options, const std::string &help)
 {
     CLI::App *const command = addCommand(app, name, concat("INPUT ", options, " -o OUTPUT"), help);
-    command->footer(exitCodesText());
     command->add_option("INPUT", request.words, "The image");
     addOutputOptions(*command, request);
     return command;
@@ -165,6 +180,7 @@ void defineShellCommands(CLI::App &app, Request &request)
 {
     CLI::App *const completion =
         addCommand(app, "completion", "bash | zsh", "Print what completes command lines in a shell");
+    completion->footer(concat(kCompletionFooter, exitCodesText()));
     completion->add_option("SHELL", request.shell, "The shell");
     addCommand(app, "man", "", "Print the manual page");
     // Asked by what completion prints, with the words of the line behind "--".
@@ -179,9 +195,9 @@ void defineCommands(CLI::App &app, Request &request)
     app.require_subcommand(0, 1);
     app.set_help_flag("-h,--help", "Show this help");
     app.set_version_flag("--version", "velmont " VELMONT_VERSION, "Show the version");
-    app.footer(exitCodesText());
 
     CLI::App *const list = addCommand(app, "list", "[FAMILY] [--search TEXT] [--json]", "Show the effects");
+    list->footer(concat("FAMILY is ", joined(familyWords()), ".\n\n", exitCodesText()));
     list->add_option("FAMILY", request.list.family, "The first word of its name");
     list->add_option("--search", request.list.search, "Those with this in their name or description")
         ->type_name("TEXT");
@@ -208,6 +224,8 @@ void defineCommands(CLI::App &app, Request &request)
     definePictureCommands(app, request);
     definePaintingCommands(app, request);
     defineShellCommands(app, request);
+    // Last, for commands begin with the footer of the whole.
+    app.footer(concat(kWholeFooter, exitCodesText()));
 }
 
 std::vector<const CLI::App *> shownCommands(const CLI::App &app)

@@ -86,7 +86,8 @@ std::string operandItem(const catalogue::Operand &operand)
 
 std::string effectText(const Effect &effect)
 {
-    const std::string_view random = effect.random ? " Draws random numbers." : "";
+    const std::string_view random =
+        effect.random ? " Draws random numbers; --seed N gives the same ones again." : "";
     std::string text =
         roffItem(roffBold(effect.name),
                  concat(effect.help, ". Takes ", catalogue::depthNames(effect.depths), ".", random));
