@@ -29,7 +29,7 @@ _velmont() {
     prefix=${current%"${current##*[=:]}"}
     [[ $prefix == *[=:]* && $COMP_WORDBREAKS == *[=:]* ]] || prefix=
     COMPREPLY=()
-    while read -r kind text; do
+    while IFS=' ' read -r kind text; do
         text=${text%%$'\t'*}
         if [[ $kind == word && $text == "$current"* ]]; then
             COMPREPLY+=("${text#"$prefix"}")
@@ -51,16 +51,15 @@ complete -F _velmont velmont
 constexpr std::string_view kZsh = R"(#compdef velmont
 # Completion of velmont for zsh. It asks the program itself.
 _velmont() {
-    local line kind text prefix has_files=
+    local line kind text help prefix has_files=
     local -a whole open
     for line in "${(@f)$("${(Q)words[1]/#\~\//$HOME/}" complete -- "${(@Q)words[2,CURRENT-1]}" "${(Q)PREFIX}" 2>/dev/null)}"; do
         kind=${line%% *} text=${line#* }
         case $kind in
         file) has_files=1 prefix=$text ;;
         word)
-            text=${text//:/\\:}
-            text=${text/$'\t'/:}
-            if [[ ${text%%:*} == *= ]]; then open+=("$text"); else whole+=("$text"); fi
+            help=${text#*$'\t'} text=${text%%$'\t'*}
+            if [[ $text == *= ]]; then open+=("${text//:/\\:}:$help"); else whole+=("${text//:/\\:}:$help"); fi
             ;;
         esac
     done

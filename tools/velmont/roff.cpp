@@ -76,7 +76,7 @@ std::string roffParagraphs(std::string_view text)
             begins = true;
         } else {
             roff += begins ? ".PP\n" : "";
-            roff += indented && !(asIs && !begins) ? ".nf\n" : "";
+            roff += indented && !asIs ? ".nf\n" : "";
             roff += roffLine(line);
             begins = false;
         }
