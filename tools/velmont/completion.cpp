@@ -118,7 +118,7 @@ std::string chainWords(Words before, std::string_view current)
     return concat(fieldWords(*effect, step), rest);
 }
 
-/// What an option or a word of a command stands for.
+/// What stands for a word of a command, which is a file's name unless it is called otherwise.
 std::string namedWords(const std::string &name)
 {
     if (name == "EFFECT")
@@ -127,7 +127,7 @@ std::string namedWords(const std::string &name)
         return familyText();
     if (name == "SHELL")
         return shellWords();
-    return {};
+    return files();
 }
 
 const CLI::Option *optionOf(const CLI::App &command, const std::string &text)
@@ -159,26 +159,21 @@ std::vector<std::string> plainWords(const CLI::App &command, Words words)
     return plain;
 }
 
-/// The words that a command takes one by one, such as EFFECT and INPUT; "words" for a chain.
-std::vector<std::string> positionalsOf(const CLI::App &command)
+/// What a command takes one by one, such as EFFECT and INPUT; "words" for a chain.
+std::vector<const CLI::Option *> positionalsOf(const CLI::App &command)
 {
-    std::vector<std::string> names;
-    for (const CLI::Option *option : command.get_options())
-        if (option->get_positional())
-            names.push_back(option->get_name(true));
-    return names;
+    return command.get_options([](const CLI::Option *option) { return option->get_positional(); });
 }
 
 std::string plainWord(const CLI::App &command, Words before, std::string_view current)
 {
-    const std::vector<std::string> names = positionalsOf(command), plain = plainWords(command, before);
-    if (names.empty())
+    const auto positionals = positionalsOf(command);
+    const std::vector<std::string> plain = plainWords(command, before);
+    const bool goesOn = !positionals.empty() && positionals.back()->get_items_expected_max() > 1;
+    if (plain.size() >= positionals.size() && !goesOn)
         return {};
-    if (names.front() == "words")
-        return chainWords(plain, current);
-    if (names.front() == "INPUT")
-        return files();
-    return plain.size() < names.size() ? namedWords(names[plain.size()]) : std::string();
+    const std::string name = positionals[std::min(plain.size(), positionals.size() - 1)]->get_name(true);
+    return name == "words" ? chainWords(plain, current) : namedWords(name);
 }
 
 std::string wordsOf(const CLI::App &command, Words before, const std::string &current)
