@@ -1,6 +1,9 @@
 #include "catalogue/effect.h"
 #include "cli_test.h"
+#include "command_definitions.h"
+#include "completion.h"
 #include "text.h"
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <sstream>
 #include <utility>
@@ -24,17 +27,21 @@ class Completion : public CliTest {
 protected:
     using Words = std::vector<std::string>;
 
-    /// The program's answers without their help, "file" and its prefix for files.
-    Words answers(Words words) const
+    /// The answers without their help, "file" and its prefix for files.
+    static Words answersIn(const std::string &text)
     {
-        words.insert(words.begin(), {"complete", "--"});
-        const Outcome outcome = run(words);
-        EXPECT_EQ(outcome.exitCode, 0);
-        EXPECT_EQ(outcome.err, "");
         Words answers;
-        for (const std::string &line : linesOf(outcome.out))
+        for (const std::string &line : linesOf(text))
             answers.push_back(line.starts_with("word ") ? line.substr(5, line.find('\t') - 5) : line);
         return answers;
+    }
+
+    static Words answers(const Words &words)
+    {
+        CLI::App app;
+        cli::Request request;
+        cli::defineCommands(app, request);
+        return answersIn(cli::completionsText(app, words));
     }
 
     static bool has(const Words &words, const std::string &word)
@@ -56,6 +63,19 @@ TEST_F(Completion, OfCommandsAndOptions)
     EXPECT_TRUE(has(answers({"apply", "negative", "--f"}), "--force"));
     EXPECT_EQ(answers({"nothing", ""}), Words{});
     EXPECT_EQ(answers({}), Words{});
+}
+
+TEST_F(Completion, IsAskedOfTheProgram)
+{
+    for (const Words &words : {Words{""}, Words{"apply", "wind", "--"}, Words{"crop", "--", "-"}}) {
+        Words command{"complete", "--"};
+        command.insert(command.end(), words.begin(), words.end());
+        const Outcome outcome = run(command);
+        EXPECT_EQ(outcome.exitCode, 0);
+        EXPECT_EQ(outcome.err, "");
+        EXPECT_EQ(answersIn(outcome.out), answers(words));
+    }
+    expectSilence({"complete"});
 }
 
 TEST_F(Completion, OfWordsOfACommand)
