@@ -275,7 +275,7 @@ TEST_F(Info, ExamplesRunAsTheyAre)
                 save(Kind::Gray, 20, 15, picture);
         }
         std::filesystem::remove(file("result.png"));
-        const std::string text = run({"info", std::string(effect.name)}).out;
+        const std::string text = cli::infoText(effect); // what the program prints, as above
         const std::string example = text.substr(text.rfind("\n  velmont apply ") + 10);
         const Outcome outcome =
             Program(folder(), {"/bin/sh", "-c", "exec \"$0\"" + example, programPath()}).finish();
