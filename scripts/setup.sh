@@ -91,7 +91,7 @@ start_windows() {
 # What building the library and the tools takes.
 build_packages="g++ cmake ninja-build pkg-config libpng-dev libjpeg-dev libtiff-dev libwebp-dev libcli11-dev nlohmann-json3-dev"
 # What the tests take besides.
-test_packages="libgtest-dev libmpfr-dev clang-format binutils imagemagick"
+test_packages="libgtest-dev libmpfr-dev clang-format binutils imagemagick groff-base zsh"
 # What the Windows module and its tests take.
 windows_build_packages="g++-mingw-w64-i686-posix cmake ninja-build googletest"
 wine_packages="wine wine32:i386 xvfb"

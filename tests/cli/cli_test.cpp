@@ -15,6 +15,7 @@ CliTest::CliTest()
     if (!mkdtemp(name.data()))
         throw std::runtime_error("no temporary folder");
     folder_ = name;
+    setenv("NO_COLOR", "1", 1); // what is said on a terminal is compared as plain text
 }
 
 CliTest::~CliTest()

@@ -1,4 +1,6 @@
 #include "cli_test.h"
+#include <algorithm>
+#include <sstream>
 #include <velmont/version.h>
 
 namespace velmont::test {
@@ -11,7 +13,7 @@ protected:
     {
         EXPECT_EQ(outcome.exitCode, 0);
         EXPECT_EQ(outcome.err, "");
-        for (const std::string code : {"0", "2", "3", "4", "5", "130"})
+        for (const std::string code : {"0", "2", "3", "4", "5", "6", "130"})
             EXPECT_NE(outcome.out.find("\n  " + code + " "), std::string::npos) << code;
     }
 };
@@ -32,6 +34,45 @@ TEST_F(Help, TellsOptionsOfApply)
     expectExitCodes(outcome);
     for (const std::string option : {"--output", "--force", "--convert", "--quality", "--quiet"})
         EXPECT_NE(outcome.out.find(option), std::string::npos) << option;
+}
+
+std::vector<std::string> linesBelow(const std::string &text, const std::string &heading)
+{
+    std::vector<std::string> lines;
+    std::istringstream rest(text.substr(std::min(text.size(), text.find(heading) + heading.size())));
+    for (std::string line; std::getline(rest, line) && !line.empty();)
+        lines.push_back(line);
+    return lines;
+}
+
+/// Every name stands in the same column, and so does every description.
+void expectTable(const std::vector<std::string> &lines)
+{
+    constexpr std::size_t description = 26;
+    for (const std::string &line : lines) {
+        EXPECT_EQ(line.find_first_not_of(' '), 2u) << line;
+        ASSERT_GT(line.size(), description) << line;
+        EXPECT_EQ(line.substr(description - 2, 2), "  ") << line;
+        EXPECT_NE(line[description], ' ') << line;
+    }
+}
+
+TEST_F(Help, OfEveryCommandIsATable)
+{
+    const Outcome whole = run({"--help"});
+    const auto commands = linesBelow(whole.out, "\nCommands:\n");
+    EXPECT_GE(commands.size(), 14u);
+    expectTable(commands);
+    expectTable(linesBelow(whole.out, "\nOptions:\n"));
+    for (const std::string &line : commands) {
+        const std::string command = line.substr(2, line.find(' ', 2) - 2);
+        const Outcome outcome = run({command, "-h"});
+        expectExitCodes(outcome);
+        EXPECT_NE(outcome.out.find("\nUsage: velmont " + command), std::string::npos) << outcome.out;
+        const auto options = linesBelow(outcome.out, "\nOptions:\n");
+        EXPECT_GE(options.size(), 1u) << command;
+        expectTable(options);
+    }
 }
 
 TEST_F(Help, TellsTheVersion)
@@ -68,7 +109,7 @@ TEST_F(Help, SuggestsOptions)
 
 TEST_F(Help, RefusesSpareWords)
 {
-    expectRefusal({"list", "negative"}, 2, "list: unexpected word \"negative\"");
+    expectRefusal({"list", "tone", "more"}, 2, "list: unexpected word \"more\"");
     expectRefusal({"list", "--", "negative"}, 2, "unexpected word \"negative\"");
 }
 

@@ -1,8 +1,10 @@
 #include "catalogue/effect.h"
 #include "cli_test.h"
 #include "info.h"
+#include "list.h"
 #include "made_up_effects.h"
 #include "text.h"
+#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
@@ -117,12 +119,87 @@ TEST_F(List, JsonIsTheWholeCatalogue)
         expectEffect(list[i], catalogue::effects()[i]);
 }
 
+/// The first words of the lines that stand below a family.
+std::vector<std::string> namesIn(const std::string &text)
+{
+    std::vector<std::string> names;
+    for (const std::string &line : linesOf(text)) {
+        if (line.starts_with("  "))
+            names.push_back(line.substr(2, line.find(' ', 2) - 2));
+    }
+    return names;
+}
+
+TEST_F(List, IsNarrowedToAFamily)
+{
+    std::size_t found = 0;
+    for (const std::string_view family : cli::familyWords()) {
+        const Outcome outcome = run({"list", std::string(family)});
+        EXPECT_EQ(outcome.exitCode, 0);
+        EXPECT_EQ(outcome.out.rfind(family, 0), 0u);
+        for (const std::string &name : namesIn(outcome.out)) {
+            const Effect *const effect = catalogue::findEffect(name);
+            ASSERT_TRUE(effect) << name;
+            EXPECT_TRUE(catalogue::familyName(effect->family).starts_with(family)) << name;
+            ++found;
+        }
+        const std::string whole(
+            catalogue::familyName(catalogue::findEffect(namesIn(outcome.out)[0])->family));
+        EXPECT_EQ(run({"list", whole}).out, outcome.out);
+    }
+    EXPECT_EQ(found, catalogue::effects().size());
+    expectRefusal({"list", "fliters"}, 2, "there is no family \"fliters\"; did you mean filters?");
+    expectRefusal({"list", "negative"}, 2,
+                  "there is no family \"negative\"; there are " + cli::joined(cli::familyWords()));
+}
+
+TEST_F(List, IsSearched)
+{
+    const auto contains = [](std::string_view text, std::string_view part) {
+        return text.find(part) != std::string_view::npos;
+    };
+    std::vector<std::string> expected;
+    for (const Effect &effect : catalogue::effects()) {
+        if (contains(effect.name, "blur") || contains(effect.exportName, "Blur") ||
+            contains(effect.help, "blur"))
+            expected.emplace_back(effect.name);
+    }
+    ASSERT_GT(expected.size(), 3u);
+    EXPECT_EQ(namesIn(run({"list", "--search", "BLUR"}).out), expected);
+    EXPECT_EQ(json::parse(run({"list", "--json", "--search", "blur"}).out).size(), expected.size());
+    EXPECT_EQ(namesIn(run({"list", "tone", "--search", "ProcessSepia"}).out),
+              std::vector<std::string>{"sepia"});
+    expectRefusal({"list", "--search", "xyzzy"}, 2, "no effect has \"xyzzy\" in its name or its description");
+}
+
 TEST_F(List, SaysWhenItCannotWrite)
 {
     const Outcome outcome =
         Program(folder(), {"/bin/sh", "-c", "exec \"$0\" list > /dev/full", programPath()}).finish();
     EXPECT_EQ(outcome.exitCode, 4);
-    EXPECT_EQ(outcome.err, "velmont: standard output cannot be written\n");
+    EXPECT_EQ(outcome.err, "velmont: standard output cannot be written: No space left on device\n");
+}
+
+TEST_F(List, HelpThatCannotBeWrittenIsAnError)
+{
+    const Outcome outcome =
+        Program(folder(), {"/bin/sh", "-c", "exec \"$0\" apply --help > /dev/full", programPath()}).finish();
+    EXPECT_EQ(outcome.exitCode, 4);
+    EXPECT_EQ(outcome.err, "velmont: standard output cannot be written: No space left on device\n");
+}
+
+/// The reader has gone before the first byte; bash starts it with SIGPIPE as it is, or ignored.
+TEST_F(List, EndsQuietlyWhereNobodyReads)
+{
+    for (const std::string before : {"", "trap '' PIPE; "}) {
+        const std::string shell =
+            before +
+            "{ sleep 0.1; \"$0\" list; echo $? > code; } | true; until [ -s code ]; do sleep 0.01; done";
+        const Outcome outcome = Program(folder(), {"/bin/sh", "-c", shell, programPath()}).finish();
+        EXPECT_EQ(outcome.err, "");
+        EXPECT_EQ(textOf("code"), "141\n");
+        std::filesystem::remove(file("code"));
+    }
 }
 
 TEST_F(Info, TellsAllAboutEveryEffect)
@@ -156,7 +233,7 @@ fields
           one of soft, hard; default: soft
 
 example
-  velmont apply blend amount=3 ratio=0.25 'colour=#112233' mode=soft photo.png -o result.png
+  velmont apply blend amount=3 ratio=0.25 'colour=#112233' photo.png -o result.png
 )");
 }
 
@@ -173,19 +250,53 @@ TEST_F(Info, TellsPicturesBesideTheImage)
         << text;
 }
 
-TEST_F(Info, ExamplesRunAsTheyAre)
+TEST_F(Info, ExamplesAreShort)
 {
     for (const Effect &effect : catalogue::effects()) {
-        save(Kind::Gray, 20, 15, file("photo.png"));
-        for (const catalogue::Operand &operand : effect.operands)
-            if (!operand.isResult)
-                save(Kind::Gray, 20, 15, file(std::string(operand.name) + ".png"));
-        const std::string text = run({"info", std::string(effect.name)}).out;
-        const std::size_t start = text.rfind("velmont apply ") + 8;
-        const std::string example = text.substr(start, text.size() - start - 1) + " --convert --force";
+        const std::string example = cli::exampleOf(effect);
+        const auto words = static_cast<std::size_t>(std::ranges::count(example, ' ')) + 1;
+        const std::size_t most = 3 + 3 + effect.operands.size() + 3 + 1;
+        EXPECT_LE(words, most) << example;
+    }
+    EXPECT_EQ(cli::exampleOf(*catalogue::findEffect("to-1-bit")),
+              "velmont apply to-1-bit threshold=127 photo.png -o result.png --convert");
+}
+
+/// As they stand, on a photo with the pictures that they name beside it.
+TEST_F(Info, ExamplesRunAsTheyAre)
+{
+    save(Kind::Colour, 20, 15, file("photo.png"));
+    for (const Effect &effect : catalogue::effects()) {
+        for (const catalogue::Operand &operand : effect.operands) {
+            const auto picture = file(std::string(operand.name) + ".png");
+            if (operand.isResult)
+                std::filesystem::remove(picture);
+            else
+                save(Kind::Gray, 20, 15, picture);
+        }
+        std::filesystem::remove(file("result.png"));
+        const std::string text = cli::infoText(effect); // what the program prints, as above
+        const std::string example = text.substr(text.rfind("\n  velmont apply ") + 10);
         const Outcome outcome =
-            Program(folder(), {"/bin/sh", "-c", "exec \"$0\" " + example, programPath()}).finish();
-        EXPECT_EQ(outcome.exitCode, 0) << example << "\n" << outcome.err;
+            Program(folder(), {"/bin/sh", "-c", "exec \"$0\"" + example, programPath()}).finish();
+        EXPECT_EQ(outcome.exitCode, 0) << example << outcome.err;
+        EXPECT_TRUE(std::filesystem::exists(file("result.png"))) << example;
+    }
+}
+
+TEST_F(Info, SaysWhatIsRandomAndWhatSettlesIt)
+{
+    for (const Effect &effect : catalogue::effects())
+        EXPECT_EQ(cli::infoText(effect).find("--seed N") != std::string::npos, effect.random) << effect.name;
+}
+
+TEST_F(Info, JsonIsTheObjectOfTheList)
+{
+    const json list = json::parse(run({"list", "--json"}).out);
+    for (const std::size_t i : {std::size_t{0}, list.size() / 2, list.size() - 1}) {
+        const Outcome outcome = run({"info", "--json", list[i].at("name").get<std::string>()});
+        EXPECT_EQ(outcome.exitCode, 0);
+        EXPECT_EQ(json::parse(outcome.out), list[i]);
     }
 }
 

@@ -55,6 +55,28 @@ TEST_F(Refusals, Values)
             "to-1-bit: threshold= is not understood: a whole number from -1 to 255");
 }
 
+TEST_F(Refusals, NamesThatAreNearlyRight)
+{
+    refuses({"wind", "direction=from-letf", "in.png"}, 2,
+            "wind: direction=from-letf is not one of from-right, from-left; did you mean from-left?");
+    const auto refusesCommand = [&](std::vector<std::string> words, const std::string &line) {
+        words.insert(words.end(), {"in.png", "-o", "out.png"});
+        expectRefusal(words, 2, line);
+    };
+    refusesCommand(
+        {"gradient", "--shape", "lien"},
+        "gradient-fill: shape=lien is not one of square, rectangle, ellipse, circle, line; did you "
+        "mean line?");
+    refusesCommand({"resize", "--size", "5x5", "--method", "fats"},
+                   "--method=fats is not understood: smooth or fast; did you mean fast?");
+    refusesCommand(
+        {"rotate", "--by", "rigth"},
+        "--by=rigth is not understood: left, right, half, or whole degrees clockwise; did you mean right?");
+    expectRefusal(
+        {"apply", "negative", "in.png", "-o", "out.pgn"}, 2,
+        "out.pgn: the ending names no format: use .png, .jpg, .jpeg, .jpe, .bmp or .dib; did you mean .png?");
+}
+
 TEST_F(Refusals, TheWholeChainIsReadBeforeAnyWork)
 {
     refuses({"negative", "then", "to-1-bit", "threshold=300", "missing.png"}, 2,

@@ -5,6 +5,12 @@ set -eu
 tree=$(mktemp -d)
 trap 'rm -rf "$tree"' EXIT
 "$CMAKE" --install "$BUILD_DIR" --prefix "$tree/installed" >/dev/null
+if [ -x "$tree/installed/bin/velmont" ] && [ -z "${TOOLCHAIN:-}" ]; then
+    for written in man/man1/velmont.1 bash-completion/completions/velmont zsh/site-functions/_velmont; do
+        [ -s "$tree/installed/share/$written" ] || { echo "share/$written is not installed" >&2; exit 1; }
+    done
+    "$tree/installed/bin/velmont" man | cmp - "$tree/installed/share/man/man1/velmont.1"
+fi
 sanitize=${SANITIZE:+-fsanitize=$SANITIZE}
 
 if [ "${TOOLCHAIN:-}" ]; then

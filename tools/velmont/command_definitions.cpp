@@ -10,11 +10,26 @@ namespace velmont::cli {
 
 namespace {
 
+constexpr auto kWholeFooter =
+    R"("velmont COMMAND --help" shows the options of a command, "velmont info EFFECT" the fields of an effect, and
+"velmont man" all of it. Results go to standard output, all else to standard error. NO_COLOR keeps colour off the
+terminal.
+
+)";
+
+constexpr auto kCompletionFooter =
+    R"(An installed velmont has brought it along. Otherwise this loads it into a running shell:
+
+  source <(velmont completion bash)
+  source <(velmont completion zsh)     # behind compinit
+
+)";
+
 constexpr auto kApplyFooter =
     R"(EFFECT is a name of "velmont list"; "velmont info EFFECT" shows its fields. "then" joins several effects, which
 run in memory from left to right. Values are whole numbers, numbers, #rrggbb or names. The format of INPUT is told
-by its contents, that of OUTPUT by its ending: .png, .jpg, .jpeg, .jpe, .bmp, .dib. An INPUT whose name looks like
-a field or is "then" is given as ./name, and one that starts with a dash as ./-name or behind "--".
+by its contents, that of OUTPUT by its ending: .png, .jpg, .jpeg, .jpe, .bmp, .dib, .tif, .tiff, .webp, or by
+--format. An INPUT whose name looks like a field or is "then" is given as ./name, and one that starts with a dash as ./-name or behind "--".
 
 With --mask, --select or both the effects count inside the selection alone: what is bright in MASK, and connected
 pixels that differ from the one at X,Y by R,G,B at most (X,Y,N: by N in all channels; X,Y: by 32). Several --select
@@ -47,11 +62,12 @@ std::string exitCodesText()
 /// Help with a usage line of its own.
 class Help : public CLI::Formatter {
 public:
-    explicit Help(std::string usage) : usage_(std::move(usage)) { column_width(22); }
+    explicit Help(std::string usage) : usage_(std::move(usage)) { column_width(26); }
     std::string make_usage(const CLI::App *, std::string) const override
     {
         return concat("\nUsage: ", usage_, "\n");
     }
+    const std::string &usage() const { return usage_; }
     /// Usage says more about positional words.
     std::string make_positionals(const CLI::App *) const override { return {}; }
 
@@ -63,7 +79,9 @@ CLI::App *addCommand(CLI::App &app, const std::string &name, const std::string &
                      const std::string &help)
 {
     CLI::App *const command = app.add_subcommand(name, help);
-    command->formatter(std::make_shared<Help>(concat("velmont ", name, " ", words)));
+    command->group("Commands");
+    command->footer(exitCodesText());
+    command->formatter(std::make_shared<Help>(concat("velmont ", name, words.empty() ? "" : " ", words)));
     return command;
 }
 
@@ -214,6 +232,18 @@ void definePictureCommands(CLI::App &app, Request &request)
         ->type_name("R,G,B");
 }
 
+/// What serves shells and manuals.
+void defineShellCommands(CLI::App &app, Request &request)
+{
+    CLI::App *const completion =
+        addCommand(app, "completion", "bash | zsh", "Print what completes command lines in a shell");
+    completion->footer(concat(kCompletionFooter, exitCodesText()));
+    completion->add_option("SHELL", request.shell, "The shell");
+    addCommand(app, "man", "", "Print the manual page");
+    // Asked by what completion prints, with the words of the line behind "--".
+    addCommand(app, "complete", "-- WORD ...", "Tell what may stand in place of the last word")->group("");
+}
+
 } // namespace
 
 void defineRecipeCommand(CLI::App &app, Request &request)
@@ -236,13 +266,17 @@ void defineCommands(CLI::App &app, Request &request)
     app.require_subcommand(0, 1);
     app.set_help_flag("-h,--help", "Show this help");
     app.set_version_flag("--version", "velmont " VELMONT_VERSION, "Show the version");
-    app.footer(exitCodesText());
 
-    CLI::App *const list = addCommand(app, "list", "[--json]", "Show the effects");
-    list->add_flag("--json", request.json, "Everything about them, for programs");
+    CLI::App *const list = addCommand(app, "list", "[FAMILY] [--search TEXT] [--json]", "Show the effects");
+    list->footer(concat("FAMILY is ", joined(familyWords()), ".\n\n", exitCodesText()));
+    list->add_option("FAMILY", request.list.family, "The first word of its name");
+    list->add_option("--search", request.list.search, "Those with this in their name or description")
+        ->type_name("TEXT");
+    list->add_flag("--json", request.list.json, "Everything about them, for programs");
 
-    CLI::App *const info = addCommand(app, "info", "EFFECT", "Show all about one effect");
+    CLI::App *const info = addCommand(app, "info", "[--json] EFFECT", "Show all about one effect");
     info->add_option("EFFECT", request.effect, "A name of the list");
+    info->add_flag("--json", request.json, "As an object of list --json, for programs");
 
     CLI::App *const histogram =
         addCommand(app, "histogram", "[--json] [--convert] INPUT", "Show how often each level occurs");
@@ -262,6 +296,30 @@ void defineCommands(CLI::App &app, Request &request)
     defineRecipeCommand(app, request);
     definePictureCommands(app, request);
     definePaintingCommands(app, request);
+    defineShellCommands(app, request);
+    // Last, for commands begin with the footer of the whole.
+    app.footer(concat(kWholeFooter, exitCodesText()));
+}
+
+std::vector<const CLI::App *> shownCommands(const CLI::App &app)
+{
+    return app.get_subcommands([](const CLI::App *command) { return !command->get_group().empty(); });
+}
+
+std::string usageOf(const CLI::App &command)
+{
+    return dynamic_cast<const Help &>(*command.get_formatter()).usage();
+}
+
+std::string notesOf(const CLI::App &command)
+{
+    const std::string text = command.get_footer(), exitCodes = exitCodesText();
+    return text.ends_with(exitCodes) ? text.substr(0, text.size() - exitCodes.size()) : text;
+}
+
+bool takesValue(const CLI::Option &option)
+{
+    return option.get_type_size() != 0 && option.get_items_expected_max() > 0;
 }
 
 } // namespace velmont::cli

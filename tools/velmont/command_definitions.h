@@ -6,6 +6,7 @@
 
 #include "apply.h"
 #include "histogram.h"
+#include "list.h"
 #include "picture_steps.h"
 #include "recipe_command.h"
 #include <optional>
@@ -14,14 +15,17 @@
 
 namespace CLI {
 class App;
-}
+class Option;
+} // namespace CLI
 
 namespace velmont::cli {
 
 /// What the arguments said.
 struct Request {
-    bool json = false;
+    ListRequest list;
+    bool json = false; ///< of info
     std::string effect;
+    std::string shell; ///< of completion
     std::vector<std::string> words;
     std::string output, mask;
     std::vector<std::string> places; ///< of --select
@@ -43,5 +47,14 @@ struct Request {
 /// Adds every command to a program without any.
 /// \param request filled when the program parses its arguments; has to live as long as `app`
 void defineCommands(CLI::App &app, Request &request);
+
+/// The commands that people are told of.
+std::vector<const CLI::App *> shownCommands(const CLI::App &app);
+/// "velmont info [--json] EFFECT"
+std::string usageOf(const CLI::App &command);
+/// What the help of a command says below its options, without the exit codes.
+std::string notesOf(const CLI::App &command);
+/// Whether an option is followed by a value.
+bool takesValue(const CLI::Option &option);
 
 } // namespace velmont::cli

@@ -1,12 +1,14 @@
 #include "command_line.h"
 #include "apply.h"
 #include "command_definitions.h"
+#include "completion.h"
 #include "exit_codes.h"
 #include "field_value.h"
 #include "histogram.h"
 #include "info.h"
 #include "input_file.h"
 #include "list.h"
+#include "manual.h"
 #include "nearest_name.h"
 #include "picture_steps.h"
 #include "recipe.h"
@@ -15,6 +17,7 @@
 #include "text.h"
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <array>
 #include <sstream>
 #include <utility>
 #include <vector>
@@ -47,7 +50,7 @@ std::string nearOption(const CLI::App &command, const std::string &option)
 std::string nearCommand(const CLI::App &app, const std::string &word)
 {
     std::vector<std::string> names;
-    for (const CLI::App *command : app.get_subcommands([](const CLI::App *) { return true; }))
+    for (const CLI::App *command : shownCommands(app))
         names.push_back(command->get_name());
     return didYouMeanOneOf(word, names);
 }
@@ -123,14 +126,15 @@ int jpegQuality(const std::string &text)
 
 void runList(const Request &request)
 {
-    print(request.json ? listJson() : listText());
+    print(listText(request.list, Style::of(Stream::Output)));
 }
 
 void runInfo(const Request &request)
 {
     if (request.effect.empty())
         refuse("info needs the name of an effect");
-    print(infoText(requireEffect(catalogue::effects(), request.effect)));
+    const catalogue::Effect &effect = requireEffect(catalogue::effects(), request.effect);
+    print(request.json ? effectJson(effect) : infoText(effect, Style::of(Stream::Output)));
 }
 
 void runHistogram(const Request &request)
@@ -257,7 +261,8 @@ void runCommandLine(std::span<char *const> arguments)
     const Arguments split = splitArguments(arguments);
     if (!parse(app, split.free))
         return;
-    const bool takesNoFile = app.got_subcommand("info") || app.got_subcommand("list");
+    const bool takesNoFile = std::ranges::any_of(std::array{"info", "list", "man", "completion"},
+                                                 [&](const char *name) { return app.got_subcommand(name); });
     if ((takesNoFile || app.get_subcommands().empty()) && !split.literal.empty())
         refuse("unexpected word ", inQuotes(split.literal.front()));
     request.words.insert(request.words.end(), split.literal.begin(), split.literal.end());
@@ -271,10 +276,15 @@ void runCommandLine(std::span<char *const> arguments)
         runHistogram(request);
     else if (app.got_subcommand("recipe"))
         print(recipeAnswer(request.words, request.recipe, recipeOptions(request)));
+    else if (app.got_subcommand("man"))
+        print(manualText(app));
+    else if (app.got_subcommand("completion"))
+        print(completionScript(request.shell));
+    else if (app.got_subcommand("complete"))
+        print(completionsText(app, request.words));
     else if (!runPictureCommand(app, request))
-        refuse("usage: velmont list | info EFFECT | recipe | apply EFFECT ... INPUT -o OUTPUT | histogram "
-               "INPUT | "
-               "resize | crop | rotate | select | fill | gradient | shadow | stamp INPUT ... -o OUTPUT; "
+        refuse("usage: velmont list | info EFFECT | apply EFFECT ... INPUT -o OUTPUT | ...; \"velmont --help\" shows all "
+               "commands");
                "\"velmont --help\" says more");
 }
 

@@ -10,6 +10,9 @@ namespace {
 using catalogue::Effect;
 using catalogue::Field;
 
+/// More of them would hide how simple it is.
+constexpr std::size_t kFieldsOfExample = 3;
+
 std::string fieldsText(const Effect &effect)
 {
     if (effect.fields.empty())
@@ -19,52 +22,67 @@ std::string fieldsText(const Effect &effect)
         width = std::max(width, field.name.size());
     std::string text;
     for (const Field &field : effect.fields) {
-        const bool plain = field.unit.empty() || isColour(field);
-        const std::string unit = plain ? "" : concat("; unit: ", field.unit);
         text += concat("  ", field.name, std::string(width - field.name.size(), ' '), "  ", field.help, "\n");
-        text += concat(std::string(width + 4, ' '), describeValues(field), unit,
-                       "; default: ", formatValue(field, field.defaultValue), "\n");
+        text += concat(std::string(width + 4, ' '), fieldRule(field), "\n");
     }
     return text;
 }
 
-std::string operandsText(const Effect &effect)
+std::string operandsText(const Effect &effect, const Style &style)
 {
     if (effect.operands.empty())
         return {};
-    std::string text = "\npictures beside the image\n";
+    std::string text = concat("\n", style.heading("pictures beside the image"), "\n");
     for (const catalogue::Operand &operand : effect.operands)
-        text += concat("  ", operand.name, "=FILE  ", operand.help, operand.isResult ? "; written" : "; read",
-                       ": ", catalogue::kindName(operand.kind), "\n");
+        text += concat("  ", operand.name, "=FILE  ", operandRule(operand), "\n");
     return text;
 }
 
-/// With every field at its default. The quotes keep a shell from reading a colour.
-std::string exampleText(const Effect &effect)
+/// The quotes keep a shell from reading a colour.
+std::string shellWord(const std::string &word)
 {
-    std::string command = concat("velmont apply ", effect.name);
-    for (const Field &field : effect.fields) {
-        const std::string word = concat(field.name, "=", formatValue(field, field.defaultValue));
-        command += word.find('#') == std::string::npos ? concat(" ", word) : concat(" '", word, "'");
-    }
-    for (const catalogue::Operand &operand : effect.operands)
-        command += concat(" ", operand.name, "=", operand.name, ".png");
-    return concat(command, " photo.png -o result.png");
+    return word.find('#') == std::string::npos ? word : concat("'", word, "'");
 }
 
 } // namespace
 
-std::string infoText(const Effect &effect)
+std::string fieldRule(const Field &field)
+{
+    const bool plain = field.unit.empty() || isColour(field);
+    return concat(describeValues(field), plain ? "" : "; unit: ", plain ? "" : field.unit,
+                  "; default: ", formatValue(field, field.defaultValue));
+}
+
+std::string operandRule(const catalogue::Operand &operand)
+{
+    return concat(operand.help, operand.isResult ? "; written" : "; read", ": ",
+                  catalogue::kindName(operand.kind));
+}
+
+std::string exampleOf(const Effect &effect)
+{
+    std::string command = concat("velmont apply ", effect.name);
+    for (const Field &field : effect.fields.first(std::min(effect.fields.size(), kFieldsOfExample)))
+        command += concat(" ", shellWord(concat(field.name, "=", formatValue(field, field.defaultValue))));
+    for (const catalogue::Operand &operand : effect.operands)
+        command += concat(" ", operand.name, "=", operand.name, ".png");
+    const bool takesPhotos = (effect.depths & catalogue::Depth24) != 0;
+    return concat(command, " photo.png -o result.png", takesPhotos ? "" : " --convert");
+}
+
+std::string infoText(const Effect &effect, const Style &style)
 {
     const std::string code = effect.code ? std::to_string(*effect.code) : std::string("none, by name only");
-    return concat(effect.name, ": ", effect.help, "\n\n",                          //
-                  "family   ", catalogue::familyName(effect.family), "\n",         //
-                  "export   ", effect.exportName, "\n",                            //
-                  "code     ", code, "\n",                                         //
-                  "depths   ", catalogue::depthNames(effect.depths), "\n",         //
-                  "random   ", effect.random ? "yes, draws random numbers" : "no", //
-                  "\n\nfields\n", fieldsText(effect), operandsText(effect),        //
-                  "\nexample\n  ", exampleText(effect), "\n");
+    const std::string_view random =
+        effect.random ? "yes, draws random numbers; --seed N gives the same ones again" : "no";
+    return concat(style.heading(effect.name), ": ", effect.help, "\n\n",                                //
+                  "family   ", catalogue::familyName(effect.family), "\n",                              //
+                  "export   ", effect.exportName, "\n",                                                 //
+                  "code     ", code, "\n",                                                              //
+                  "depths   ", catalogue::depthNames(effect.depths), "\n",                              //
+                  "random   ", random, "\n\n",                                                          //
+                  style.heading("fields"), "\n", fieldsText(effect), operandsText(effect, style), "\n", //
+                  style.heading("example"), "\n  ", exampleOf(effect), "\n");
 }
 
 } // namespace velmont::cli

@@ -2,8 +2,10 @@
 #include "exit_codes.h"
 #include "field_value.h"
 #include "measures.h"
+#include "nearest_name.h"
 #include "text.h"
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <velmont/dib.h>
@@ -131,7 +133,8 @@ int degreesOf(const std::string &by)
     bool outOfRange = false;
     const auto degrees = parseWhole(by, outOfRange);
     if (!degrees)
-        refuse("--by=", by, " is not understood: left, right, half, or whole degrees clockwise");
+        refuse("--by=", by, " is not understood: left, right, half, or whole degrees clockwise",
+               didYouMean(by, std::array<std::string_view, 3>{"left", "right", "half"}));
     return static_cast<int>((*degrees % 360 + 360) % 360);
 }
 
@@ -158,7 +161,8 @@ std::vector<Step> resizeSteps(const ResizeRequest &request, void *dib)
 {
     const TypedSize wanted = wantedSize(request, dib);
     if (request.method != "smooth" && request.method != "fast")
-        refuse("--method=", request.method, " is not understood: smooth or fast");
+        refuse("--method=", request.method, " is not understood: smooth or fast",
+               didYouMean(request.method, std::array<std::string_view, 2>{"smooth", "fast"}));
     Step step = stepOf(request.method == "smooth" && canBeSmooth(dib) ? "resample-high-quality" : "resample");
     set(step, "newWidth", wanted.width);
     set(step, "newHeight", wanted.height);
