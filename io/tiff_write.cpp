@@ -131,6 +131,8 @@ void TiffWriter::setMetadata()
 {
     fitProfile(job_, isGray_);
     const Metadata &metadata = job_.metadata;
+    if (!metadata.exif.empty())
+        job_.notices.emplace_back("the notes of the camera (EXIF) are not kept in a TIFF file");
     if (!metadata.icc.empty())
         set(TIFFTAG_ICCPROFILE, static_cast<uint32_t>(metadata.icc.size()), metadata.icc.data());
     if (!metadata.xmp.empty())
