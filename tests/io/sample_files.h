@@ -130,7 +130,7 @@ enum WebpFlag : unsigned {
 Bytes webpAnimation(unsigned canvasWidth, unsigned canvasHeight, unsigned width, unsigned height,
                     const Bytes &bgra);
 
-/// A colour profile that is no more than a header: of "RGB ", "GRAY" or "CMYK".
+/// A colour profile that is little more than a header: of "RGB ", "GRAY" or "CMYK".
 Bytes profileOf(std::string_view space);
 
 struct Sample {
