@@ -43,10 +43,14 @@ void checkOutput(const fs::path &output, bool force)
         throw Failure(ExitCode::Output, concat(output.string(), ": there is no folder ", folder.string()));
 }
 
-io::Picture readInput(const fs::path &input)
+io::Picture readInput(const fs::path &input, const ApplyOptions &options)
 {
     try {
-        return io::readPicture(input);
+        io::Picture picture = io::readPicture(input);
+        for (const std::string &notice : picture.notices)
+            if (!options.run.quiet)
+                say(concat(input.string(), ": ", notice));
+        return picture;
     } catch (const io::Error &error) {
         throw Failure(ExitCode::Input, error.what());
     }
@@ -90,8 +94,13 @@ void writeOutput(const io::Picture &picture, const fs::path &output, const Apply
 {
     io::EncodeOptions encodeOptions;
     encodeOptions.quality = options.jpegQuality;
+    std::vector<std::string> notices;
+    encodeOptions.notices = &notices;
     try {
         const std::vector<uint8_t> bytes = io::encode(picture, outputFormat(output), encodeOptions);
+        for (const std::string &notice : notices)
+            if (!options.run.quiet)
+                say(concat(output.string(), ": ", notice));
         stopIfInterrupted();
         io::writeFile(output, bytes, options.force ? io::Existing::Replace : io::Existing::Keep);
     } catch (const io::Error &error) {
@@ -168,7 +177,7 @@ void runApply(std::span<const std::string> words, const ApplyOptions &options)
     requireOutput(options);
     checkOutputs(outputsOf(chain.steps, options), options.force);
     watchInterrupts();
-    io::Picture picture = readInput(chain.input);
+    io::Picture picture = readInput(chain.input, options);
     runAndWrite(picture, chain.input, chain.steps, options);
 }
 
@@ -177,7 +186,7 @@ void runSteps(const fs::path &input, const StepsFor &stepsFor, const ApplyOption
     requireOutput(options);
     checkOutputs({options.output}, options.force);
     watchInterrupts();
-    io::Picture picture = readInput(input);
+    io::Picture picture = readInput(input, options);
     const std::vector<Step> steps = stepsFor(picture.dib.get());
     checkOutputs(outputsOf(steps, options), options.force);
     runAndWrite(picture, input, steps, options);
