@@ -249,6 +249,11 @@ std::vector<DibColor> TiffReader::palette() const
     const auto level = [&](uint16_t value) { return static_cast<uint8_t>(value >> shift); };
     for (unsigned i = 0; i < count; ++i)
         colors.push_back({level(blue[i]), level(green[i]), level(red[i]), 0});
+    // The format has no shorter palettes: what is black at the end was not meant. Where a pixel names it after
+    // all, it is there again.
+    const auto isBlack = [](const DibColor &color) { return (color.blue | color.green | color.red) == 0; };
+    while (colors.size() > 1 && isBlack(colors.back()))
+        colors.pop_back();
     return colors;
 }
 

@@ -66,17 +66,17 @@ TEST(BmpHeaders, Sizes)
     EXPECT_EQ(errorOf(patched(18, {0})), "BMP: the image has no pixels (0x1)");
     EXPECT_EQ(errorOf(patched(18, {0, 0, 0, 0x80})), "BMP: the width is negative");
     EXPECT_EQ(errorOf(patched(18, {0, 0, 1, 0, 0, 0, 1, 0})),
-              "BMP: an image of 65536x65536 is too large, at most 1073741824 pixels are read");
+              "BMP: an image of 65536x65536 is too large, at most 268435456 pixels are read (--max-pixels)");
     EXPECT_EQ(errorOf(patched(22, {0, 0, 0, 0x80})),
-              "BMP: an image of 1x2147483648 is too large, at most 1073741824 pixels are read");
+              "BMP: an image of 1x2147483648 is too large, at most 268435456 pixels are read (--max-pixels)");
 }
 
 TEST(BmpHeaders, ADeclaredSizeThatTheFileCannotHold)
 {
     EXPECT_EQ(errorOfRecipe({.width = 20, .height = 20, .bits = 24, .pixels = Bytes(480)}),
               "BMP: 24-bit rows need 1200 bytes, the file has 480");
-    EXPECT_EQ(errorOfRecipe({.width = 30000, .height = 30000, .bits = 24, .pixels = Bytes(4)}),
-              "BMP: 24-bit rows need 2700000000 bytes, the file has 4");
+    EXPECT_EQ(errorOfRecipe({.width = 15000, .height = 15000, .bits = 24, .pixels = Bytes(4)}),
+              "BMP: 24-bit rows need 675000000 bytes, the file has 4");
 }
 
 TEST(BmpHeaders, PlanesAndDepth)

@@ -17,7 +17,7 @@ using testing::noisePicture;
 using testing::PictureView;
 using testing::viewOf;
 
-constexpr Format kFormats[] = {Format::Bmp, Format::Jpeg, Format::Png};
+constexpr Format kFormats[] = {Format::Bmp, Format::Jpeg, Format::Png, Format::Tiff, Format::Webp};
 
 /// A picture whose header is changed by a function.
 template <typename Change>
@@ -147,7 +147,7 @@ TEST(Encode, IndicesBehindThePaletteAreBlack)
     const Picture eight = makePicture(3, 1, 8, {0x010203, 0x040506}, {0, 1, 200, 0});
     const Picture four = makePicture(3, 1, 4, {0x010203, 0x040506}, {0x01, 0xC0, 0, 0});
     const Lines colors = {{0x010203, 0x040506, 0}};
-    for (const Format format : {Format::Bmp, Format::Png}) {
+    for (const Format format : {Format::Bmp, Format::Png, Format::Tiff}) {
         EXPECT_EQ(viewOf(encode(eight, format)).colors(), colors);
         EXPECT_EQ(viewOf(encode(four, format)).colors(), colors);
         EXPECT_EQ(viewOf(encode(eight, format)).header().biClrUsed, 201u);
@@ -160,7 +160,7 @@ TEST(Encode, WithoutAnyPaletteEverythingIsBlack)
 {
     for (const unsigned bits : {1u, 4u, 8u}) {
         const Picture picture = makePicture(2, 1, bits, {}, {0xFF, 0xFF, 0, 0});
-        for (const Format format : {Format::Bmp, Format::Png})
+        for (const Format format : {Format::Bmp, Format::Png, Format::Tiff})
             EXPECT_EQ(viewOf(encode(picture, format)).colors(), (Lines{{0, 0}}));
         EXPECT_EQ(viewOf(encode(picture, Format::Jpeg)).colors(), (Lines{{0, 0}}));
     }
@@ -170,7 +170,7 @@ TEST(Encode, APaletteLongerThanItsDepth)
 {
     const std::vector<unsigned> colors(300, 0x010203);
     const Picture picture = makePicture(2, 1, 8, colors, {255, 0, 0, 0});
-    for (const Format format : {Format::Bmp, Format::Png})
+    for (const Format format : {Format::Bmp, Format::Png, Format::Tiff})
         EXPECT_EQ(viewOf(encode(picture, format)).colors(), (Lines{{0x010203, 0x010203}}));
 }
 

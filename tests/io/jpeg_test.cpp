@@ -165,7 +165,7 @@ TEST(Jpeg, ADeclaredSizeThatTheFileCannotHold)
 {
     Bytes file = jpegFile(flat({77}));
     const auto frame = findMarker(file, 0xC0);
-    std::fill(frame + 5, frame + 9, uint8_t{0x70});
+    std::fill(frame + 5, frame + 9, uint8_t{0x3C});
     EXPECT_EQ(errorOf(file), "JPEG: the file ends early");
 }
 

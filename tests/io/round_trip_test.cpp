@@ -19,7 +19,7 @@ constexpr Kind kKinds[] = {{1, 2}, {4, 16}, {8, 256}, {24, 0}};
 
 TEST(RoundTrip, EveryDepthAndWidthKeepsEveryByte)
 {
-    for (const Format format : {Format::Bmp, Format::Png}) {
+    for (const Format format : {Format::Bmp, Format::Png, Format::Tiff}) {
         for (const Kind &kind : kKinds) {
             for (int width = 1; width <= 35; ++width) {
                 const Picture picture = noisePicture(width, 3, kind.bits, kind.colors, false);
@@ -32,7 +32,7 @@ TEST(RoundTrip, EveryDepthAndWidthKeepsEveryByte)
 
 TEST(RoundTrip, FewColorsStayFew)
 {
-    for (const Format format : {Format::Bmp, Format::Png}) {
+    for (const Format format : {Format::Bmp, Format::Png, Format::Tiff}) {
         const Picture eight = testing::makePicture(3, 1, 8, {1, 2, 3}, {2, 0, 1, 0});
         EXPECT_EQ(viewOf(encode(eight, format)).block(), PictureView(eight).block());
         const Picture four = testing::makePicture(3, 1, 4, {1, 2, 3}, {0x20, 0x10, 0, 0});
@@ -46,14 +46,14 @@ TEST(RoundTrip, GrayStaysGray)
     for (unsigned i = 0; i < 64; ++i)
         rows.push_back(static_cast<uint8_t>(i * 3));
     const Picture picture = testing::makePicture(16, 4, 8, testing::grayRamp(), rows);
-    for (const Format format : {Format::Bmp, Format::Png})
+    for (const Format format : {Format::Bmp, Format::Png, Format::Tiff})
         EXPECT_EQ(viewOf(encode(picture, format)).block(), PictureView(picture).block());
     EXPECT_EQ(viewOf(encode(picture, Format::Jpeg)).palette(), testing::grayRamp());
 }
 
 TEST(RoundTrip, AlphaKeepsEveryByte)
 {
-    for (const Format format : {Format::Bmp, Format::Png}) {
+    for (const Format format : {Format::Bmp, Format::Png, Format::Tiff}) {
         for (const Kind &kind : kKinds) {
             for (int width = 1; width <= 9; ++width) {
                 const Picture picture = noisePicture(width, 3, kind.bits, kind.colors, true);
@@ -90,7 +90,7 @@ void expectResolution(Format format, int32_t x, int32_t y, int32_t expectedX, in
 
 TEST(RoundTrip, Resolution)
 {
-    for (const Format format : {Format::Bmp, Format::Jpeg, Format::Png}) {
+    for (const Format format : {Format::Bmp, Format::Jpeg, Format::Png, Format::Tiff, Format::Webp}) {
         // 72, 96, 300, 600 and 1200 dots an inch; 118 and 2 dots a centimetre.
         for (const int32_t value : {2835, 3780, 11811, 23622, 47244, 11800, 200})
             expectResolution(format, value, value, value, value);

@@ -5,6 +5,7 @@
 #include <cstdlib>
 // Needs <cstdio> before it.
 #include <jpeglib.h>
+#include <webp/encode.h>
 
 namespace velmont::io::samples {
 
@@ -27,6 +28,22 @@ ByteList &ByteList::little32(uint32_t value)
 ByteList &ByteList::big32(uint32_t value)
 {
     return byte(value >> 24).byte(value >> 16 & 0xFF).byte(value >> 8 & 0xFF).byte(value & 0xFF);
+}
+
+ByteList &ByteList::text(std::string_view text)
+{
+    bytes_.insert(bytes_.end(), text.begin(), text.end());
+    return *this;
+}
+
+ByteList &ByteList::number16(uint32_t value, bool isBig)
+{
+    return isBig ? byte(value >> 8 & 0xFF).byte(value & 0xFF) : little16(value);
+}
+
+ByteList &ByteList::number32(uint32_t value, bool isBig)
+{
+    return isBig ? big32(value) : little32(value);
 }
 
 ByteList &ByteList::append(const Bytes &bytes)
@@ -209,6 +226,8 @@ void setJpegParameters(jpeg_compress_struct &jpeg, const JpegRecipe &recipe)
     jpeg.Y_density = static_cast<UINT16>(recipe.density);
     jpeg.restart_in_rows = static_cast<int>(recipe.restartRows);
     jpeg.arith_code = recipe.isArithmetic;
+    if (recipe.omitsJfif)
+        jpeg.write_JFIF_header = FALSE;
     if (recipe.isProgressive)
         jpeg_simple_progression(&jpeg);
 }
@@ -226,6 +245,8 @@ Bytes jpegFile(const JpegRecipe &recipe)
     jpeg_mem_dest(&jpeg, &memory, &size);
     setJpegParameters(jpeg, recipe);
     jpeg_start_compress(&jpeg, TRUE);
+    for (const auto &[marker, content] : recipe.segments)
+        jpeg_write_marker(&jpeg, JPEG_APP0 + marker, content.data(), static_cast<unsigned>(content.size()));
     Bytes samples = recipe.samples;
     const std::size_t rowBytes = std::size_t{recipe.width} * static_cast<std::size_t>(recipe.components);
     while (jpeg.next_scanline < jpeg.image_height) {
@@ -237,6 +258,229 @@ Bytes jpegFile(const JpegRecipe &recipe)
     Bytes file(memory, memory + size);
     std::free(memory);
     return file;
+}
+
+namespace {
+
+bool isFraction(unsigned tag)
+{
+    return tag == 282 || tag == 283;
+}
+
+bool isBytes(unsigned tag)
+{
+    return tag == 700 || tag == 34675;
+}
+
+/// A directory whose values lie right before it.
+struct Directory {
+    uint32_t offset;      ///< in the file
+    std::size_t nextLink; ///< where the offset of the next one is, from the start of `bytes`
+    Bytes bytes;
+};
+
+/// \param at where in the file the values will begin
+Directory directory(const TiffTags &tags, uint32_t at, bool isBig)
+{
+    ByteList values, entries;
+    entries.number16(static_cast<uint32_t>(tags.size()), isBig);
+    for (const auto &[tag, numbers] : tags) {
+        const bool isShort =
+            !isFraction(tag) && !isBytes(tag) &&
+            std::all_of(numbers.begin(), numbers.end(), [](uint32_t n) { return n <= 0xFFFF; });
+        const auto put = [&, &numbers = numbers, tag = tag](ByteList &list) {
+            for (const uint32_t number : numbers) {
+                if (isBytes(tag))
+                    list.byte(number);
+                else if (isShort)
+                    list.number16(number, isBig);
+                else
+                    list.number32(number, isBig);
+            }
+        };
+        ByteList own;
+        put(own);
+        const auto count = static_cast<uint32_t>(isFraction(tag) ? numbers.size() / 2 : numbers.size());
+        entries.number16(tag, isBig)
+            .number16(isBytes(tag)      ? 7
+                      : isFraction(tag) ? 5
+                      : isShort         ? 3
+                                        : 4,
+                      isBig);
+        entries.number32(count, isBig);
+        Bytes place = own.bytes();
+        if (place.size() > 4) {
+            entries.number32(at + static_cast<uint32_t>(values.bytes().size()), isBig);
+            values.append(place);
+            if (place.size() % 2 != 0)
+                values.byte(0);
+        } else {
+            place.resize(4);
+            entries.append(place);
+        }
+    }
+    Directory made{at + static_cast<uint32_t>(values.bytes().size()), 0, {}};
+    made.nextLink = values.bytes().size() + entries.bytes().size();
+    made.bytes = ByteList(values).append(entries.bytes()).number32(0, isBig).bytes();
+    return made;
+}
+
+void patch32(Bytes &file, std::size_t at, uint32_t value, bool isBig)
+{
+    const Bytes number = ByteList().number32(value, isBig).bytes();
+    std::copy(number.begin(), number.end(), file.begin() + static_cast<std::ptrdiff_t>(at));
+}
+
+Bytes tiffHeader(bool isBig)
+{
+    return ByteList().text(isBig ? "MM" : "II").number16(42, isBig).number32(0, isBig).bytes();
+}
+
+/// Adds a directory at the end. \return where its link to the next one lies.
+std::size_t appendDirectory(Bytes &file, std::size_t link, const TiffTags &tags, bool isBig)
+{
+    const auto at = static_cast<uint32_t>(file.size());
+    const Directory made = directory(tags, at, isBig);
+    patch32(file, link, made.offset, isBig);
+    file.insert(file.end(), made.bytes.begin(), made.bytes.end());
+    return at + made.nextLink;
+}
+
+} // namespace
+
+TiffTags tiffTags(unsigned width, unsigned height, std::vector<uint32_t> bits, unsigned photometric)
+{
+    const auto samples = static_cast<uint32_t>(bits.size());
+    return {{256, {width}}, {257, {height}},      {258, std::move(bits)},
+            {259, {1}},     {262, {photometric}}, {277, {samples}}};
+}
+
+Bytes tiffFile(const TiffRecipe &recipe)
+{
+    Bytes file = tiffHeader(recipe.isBig);
+    std::vector<uint32_t> places, lengths;
+    for (const Bytes &piece : recipe.pieces) {
+        places.push_back(static_cast<uint32_t>(file.size()));
+        lengths.push_back(static_cast<uint32_t>(piece.size()));
+        file.insert(file.end(), piece.begin(), piece.end());
+        file.resize((file.size() + 1) / 2 * 2);
+    }
+    TiffTags tags = recipe.tags;
+    tags.emplace_back(recipe.isTiled ? 324 : 273, places);
+    tags.emplace_back(recipe.isTiled ? 325 : 279, lengths);
+    std::sort(tags.begin(), tags.end());
+    std::size_t link = 4;
+    for (unsigned i = 0; i < recipe.pages; ++i)
+        link = appendDirectory(file, link, tags, recipe.isBig);
+    return file;
+}
+
+Bytes exifNotes(const ExifRecipe &recipe)
+{
+    Bytes notes = tiffHeader(recipe.isBig);
+    TiffTags tags = {{0x0112, {recipe.orientation}}};
+    if (recipe.dotsPerInch != 0) {
+        tags.push_back({282, {recipe.dotsPerInch, 1}});
+        tags.push_back({283, {2 * recipe.dotsPerInch, 1}});
+        tags.push_back({0x0128, {2}});
+    }
+    tags.push_back({0x8769, {0x12345678}}); // replaced below
+    const std::size_t link = appendDirectory(notes, 4, tags, recipe.isBig);
+    // The last entry's value lies right before the link: the directory with the size of the picture.
+    appendDirectory(notes, link - 4, {{0xA002, {640}}, {0xA003, {100000}}}, recipe.isBig);
+    if (!recipe.preview.empty()) {
+        const auto bytes = static_cast<uint32_t>(recipe.preview.size());
+        const std::size_t next =
+            appendDirectory(notes, link, {{0x0201, {0x10000}}, {0x0202, {bytes}}}, recipe.isBig);
+        patch32(notes, next - 16, static_cast<uint32_t>(notes.size()), recipe.isBig);
+        notes.insert(notes.end(), recipe.preview.begin(), recipe.preview.end());
+    }
+    return notes;
+}
+
+Bytes webpChunk(std::string_view name, const Bytes &content)
+{
+    ByteList chunk;
+    chunk.text(name).little32(static_cast<uint32_t>(content.size())).append(content);
+    if (content.size() % 2 != 0)
+        chunk.byte(0);
+    return chunk.bytes();
+}
+
+Bytes webpFile(const Bytes &chunks)
+{
+    return ByteList()
+        .text("RIFF")
+        .little32(static_cast<uint32_t>(chunks.size() + 4))
+        .text("WEBP")
+        .append(chunks)
+        .bytes();
+}
+
+Bytes webpImage(unsigned width, unsigned height, const Bytes &bgra, bool isLossless)
+{
+    uint8_t *file = nullptr;
+    const auto columns = static_cast<int>(width), rows = static_cast<int>(height);
+    const std::size_t size = isLossless
+                                 ? WebPEncodeLosslessBGRA(bgra.data(), columns, rows, 4 * columns, &file)
+                                 : WebPEncodeBGRA(bgra.data(), columns, rows, 4 * columns, 90, &file);
+    Bytes chunks(file + 12, file + size);
+    WebPFree(file);
+    constexpr std::size_t kHeaderChunk = 18;
+    if (std::equal(chunks.begin(), chunks.begin() + 4, "VP8X"))
+        chunks.erase(chunks.begin(), chunks.begin() + kHeaderChunk);
+    return chunks;
+}
+
+Bytes webpHeader(unsigned flags, unsigned width, unsigned height)
+{
+    ByteList header;
+    header.byte(flags).byte(0).byte(0).byte(0);
+    for (const unsigned side : {width - 1, height - 1})
+        header.little16(side).byte(0);
+    return webpChunk("VP8X", header.bytes());
+}
+
+Bytes webpAnimation(unsigned canvasWidth, unsigned canvasHeight, unsigned width, unsigned height,
+                    const Bytes &bgra)
+{
+    ByteList frame;
+    for (const unsigned number : {1u, 2u, width - 1, height - 1, 100u}) // offsets are halved
+        frame.little16(number).byte(0);
+    frame.byte(0).append(webpImage(width, height, bgra, true));
+    const Bytes frames = webpChunk("ANMF", frame.bytes());
+    return webpFile(ByteList()
+                        .append(webpHeader(kWebpAnimation | kWebpAlpha, canvasWidth, canvasHeight))
+                        .append(webpChunk("ANIM", Bytes(6)))
+                        .append(frames)
+                        .append(frames)
+                        .bytes());
+}
+
+Bytes profileOf(std::string_view space)
+{
+    // The header, a list of one tag, and a text for it.
+    Bytes profile(252);
+    profile[3] = 252;
+    profile[131] = 1;
+    profile[139] = 144;
+    profile[143] = 108;
+    // Libraries take a profile that can be packed into a few bytes for a damaged one.
+    for (std::size_t i = 152; i < 251; ++i)
+        profile[i] = static_cast<uint8_t>(32 + i * i * 7 / 3 % 90);
+    profile[8] = 2;
+    const auto put = [&](std::size_t at, std::string_view text) {
+        std::copy(text.begin(), text.end(), profile.begin() + static_cast<std::ptrdiff_t>(at));
+    };
+    put(12, space == "CMYK" ? "prtr" : "mntr");
+    put(16, space);
+    put(20, "XYZ ");
+    put(36, "acsp");
+    put(132, "cprt");
+    put(144, "text");
+    // The light of the connection space: D50.
+    put(68, std::string_view("\0\0\xF6\xD6\0\1\0\0\0\0\xD3\x2D", 12));
+    return profile;
 }
 
 namespace {
@@ -387,6 +631,78 @@ void addJpegs(std::vector<Sample> &samples)
     }
 }
 
+void addTiffs(std::vector<Sample> &samples)
+{
+    const auto add = [&](const std::string &name, const TiffTags &tags, std::size_t bytes) {
+        TiffRecipe recipe{.tags = tags, .pieces = {byteRamp(bytes)}};
+        samples.push_back({"tiff-" + name, tiffFile(recipe)});
+        recipe.isBig = true;
+        samples.push_back({"tiff-big-" + name, tiffFile(recipe)});
+    };
+    for (const unsigned bits : {1u, 2u, 4u, 8u, 12u, 16u})
+        add("gray-" + std::to_string(bits), tiffTags(5, 3, {bits}, bits % 3 == 1 ? 0 : 1),
+            (5 * bits + 7) / 8 * 3);
+    for (const unsigned bits : {1u, 4u, 8u}) {
+        TiffTags tags = tiffTags(5, 3, {bits}, 3);
+        tags.push_back({320, std::vector<uint32_t>(3u << bits, 0x4321)});
+        add("palette-" + std::to_string(bits), tags, (5 * bits + 7) / 8 * 3);
+    }
+    add("rgb", tiffTags(5, 3, {8, 8, 8}, 2), 45);
+    add("rgb-16", tiffTags(5, 3, {16, 16, 16}, 2), 90);
+    add("inks", tiffTags(5, 3, {8, 8, 8, 8}, 5), 60);
+    TiffTags alpha = tiffTags(5, 3, {8, 8, 8, 8}, 2);
+    alpha.push_back({282, {72, 1}});
+    alpha.push_back({283, {72, 1}});
+    alpha.push_back({338, {1}});
+    add("alpha", alpha, 60);
+    TiffTags turned = tiffTags(5, 3, {8}, 1);
+    turned.push_back({274, {6}});
+    add("turned", turned, 15);
+    TiffTags tiled = tiffTags(5, 3, {8, 8, 8}, 2);
+    tiled.push_back({322, {16}});
+    tiled.push_back({323, {16}});
+    TiffRecipe tiles{.isTiled = true, .tags = tiled, .pieces = {byteRamp(768)}};
+    samples.push_back({"tiff-tiles", tiffFile(tiles)});
+    TiffTags planes = tiffTags(5, 3, {8, 8, 8}, 2);
+    planes.push_back({284, {2}});
+    TiffRecipe separate{.tags = planes, .pieces = {byteRamp(15), byteRamp(15), byteRamp(15)}};
+    samples.push_back({"tiff-planes", tiffFile(separate)});
+    TiffTags luminance = tiffTags(6, 4, {8, 8, 8}, 6);
+    luminance.push_back({530, {1, 1}});
+    samples.push_back({"tiff-luminance", tiffFile({.tags = luminance, .pieces = {byteRamp(72)}})});
+}
+
+void addWebps(std::vector<Sample> &samples)
+{
+    const Bytes pixels = byteRamp(4 * 7 * 5);
+    Bytes opaque = pixels;
+    for (std::size_t i = 3; i < opaque.size(); i += 4)
+        opaque[i] = 255;
+    samples.push_back({"webp", webpFile(webpImage(7, 5, opaque, false))});
+    samples.push_back({"webp-lossless", webpFile(webpImage(7, 5, pixels, true))});
+    ByteList chunks;
+    chunks.append(webpHeader(kWebpAlpha | kWebpExif | kWebpProfile, 7, 5))
+        .append(webpChunk("ICCP", profileOf("RGB ")));
+    chunks.append(webpImage(7, 5, pixels, false));
+    chunks.append(webpChunk("EXIF", exifNotes({.orientation = 6, .dotsPerInch = 72})));
+    samples.push_back({"webp-notes", webpFile(chunks.bytes())});
+    samples.push_back({"webp-animation", webpAnimation(11, 12, 7, 5, pixels)});
+}
+
+void addNotes(std::vector<Sample> &samples)
+{
+    JpegRecipe jpeg{.width = 5, .height = 3, .samples = byteRamp(15)};
+    const Bytes notes =
+        exifNotes({.isBig = true, .orientation = 8, .dotsPerInch = 300, .preview = Bytes(10, 1)});
+    jpeg.segments = {
+        {1, ByteList().text("Exif").byte(0).byte(0).append(notes).bytes()},
+        {2, ByteList().text("ICC_PROFILE").byte(0).byte(1).byte(1).append(profileOf("GRAY")).bytes()}};
+    samples.push_back({"jpeg-notes", jpegFile(jpeg)});
+    PngRecipe png{.width = 3, .height = 2, .depth = 1, .samples = {0, 1, 1, 0, 0, 1}};
+    png.chunks = {{"eXIf", exifNotes({.orientation = 5})}};
+    samples.push_back({"png-notes", pngFile(png)});
+}
+
 } // namespace
 
 std::vector<Sample> sampleFiles()
@@ -398,6 +714,9 @@ std::vector<Sample> sampleFiles()
     addPngs(samples, false);
     addPngs(samples, true);
     addJpegs(samples);
+    addTiffs(samples);
+    addWebps(samples);
+    addNotes(samples);
     return samples;
 }
 

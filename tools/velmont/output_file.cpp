@@ -95,7 +95,8 @@ io::Format outputFormat(const fs::path &output, const OutputOptions &options)
         refuse(ExitCode::Usage, "-o - needs --format FORMAT: ", formatWords());
     const auto format = io::formatOfName(output);
     if (!format)
-        refuse(ExitCode::Usage, output.string(), ": the ending names no format: use ", formatEndings());
+        refuse(ExitCode::Usage, output.string(), ": the ending names no format: use ", formatEndings(),
+               didYouMean(output.extension().string(), io::formatEndings()));
     return *format;
 }
 
