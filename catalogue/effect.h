@@ -130,6 +130,9 @@ struct Effect {
     int locksLostWithMemory = 0;
     std::size_t workBytes = 0;  ///< of the record, which the effect writes and nobody sets
     bool usesCreateDib = false; ///< which leaves a block behind where it cannot lock it
+    /// A strong setting for showing the effect, where the greatest values of its fields show nothing: "field=value" words
+    /// of the command line with a blank between them.
+    std::string_view extremeExample = {};
 };
 
 /// All effects, by family and then by name.

@@ -149,6 +149,8 @@ void runAndWrite(io::Picture &picture, const fs::path &input, const std::vector<
     runner.run(steps);
     selection.compose(picture);
     fitToFormat(picture, options.output, options);
+    if (options.inspect)
+        options.inspect(picture);
     writeOutput(picture, options.output, options);
     for (const NamedPicture &made : runner.made())
         writeOutput(made.picture, made.file, options);

@@ -19,6 +19,7 @@ struct ApplyOptions {
     std::optional<int> jpegQuality; ///< 1 to 100
     std::filesystem::path mask; ///< the result counts where it selects, else the image; empty for everywhere
     RunOptions run;
+    std::function<void(const io::Picture &)> inspect; ///< sees the result before it is written; may be empty
 };
 
 /// Reads, runs and writes; the output appears whole or not at all.

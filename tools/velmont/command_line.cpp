@@ -2,6 +2,7 @@
 #include "apply.h"
 #include "exit_codes.h"
 #include "field_value.h"
+#include "gallery.h"
 #include "histogram.h"
 #include "info.h"
 #include "list.h"
@@ -46,6 +47,7 @@ struct Request {
     std::optional<std::string> quality;
     ApplyOptions apply;
     HistogramOptions histogram;
+    GalleryOptions gallery;
     ResizeRequest resize;
     CropRequest crop;
     RotateRequest rotate;
@@ -205,6 +207,14 @@ void defineCommands(CLI::App &app, Request &request)
     histogram->add_option("INPUT", request.words, "The image");
     histogram->add_flag("--json", request.histogram.json, "Every bin, for programs");
     histogram->add_flag("--convert", request.histogram.convert, "Count the colours of a palette");
+
+    CLI::App *const gallery = addCommand(app, "gallery", "[--picture FILE] -o FOLDER",
+                                         "Make a page that shows every effect before and after");
+    gallery->add_option("-o,--output", request.gallery.folder, "The folder to write")->type_name("FOLDER");
+    gallery->add_option("--picture", request.gallery.picture, "To show them on instead of the bundled scene")
+        ->type_name("FILE");
+    gallery->add_flag("--force", request.gallery.force, "Write into a folder that has contents already");
+    gallery->add_flag("-q,--quiet", request.gallery.quiet, "No progress");
 
     CLI::App *const apply = addCommand(
         app, "apply", "EFFECT [field=value ...] [then EFFECT [field=value ...]]... INPUT -o OUTPUT",
@@ -396,7 +406,8 @@ void runCommandLine(std::span<char *const> arguments)
     const Arguments split = splitArguments(arguments);
     if (!parse(app, split.free))
         return;
-    const bool takesNoFile = app.got_subcommand("info") || app.got_subcommand("list");
+    const bool takesNoFile =
+        app.got_subcommand("info") || app.got_subcommand("list") || app.got_subcommand("gallery");
     if ((takesNoFile || app.get_subcommands().empty()) && !split.literal.empty())
         refuse("unexpected word ", inQuotes(split.literal.front()));
     request.words.insert(request.words.end(), split.literal.begin(), split.literal.end());
@@ -408,9 +419,12 @@ void runCommandLine(std::span<char *const> arguments)
         runList(request);
     else if (app.got_subcommand("histogram"))
         runHistogram(request);
+    else if (app.got_subcommand("gallery"))
+        runGallery(request.gallery);
     else if (!runPictureCommand(app, request))
         refuse("usage: velmont list | info EFFECT | apply EFFECT ... INPUT -o OUTPUT | histogram INPUT | "
-               "resize | crop | rotate | select | fill | gradient | shadow | stamp INPUT ... -o OUTPUT; "
+               "gallery -o FOLDER | resize | crop | rotate | select | fill | gradient | shadow | stamp INPUT "
+               "... -o OUTPUT; "
                "\"velmont --help\" says more");
 }
 

@@ -49,15 +49,33 @@ std::string progressLine(std::string_view title, int percent, std::size_t column
     return concat(title, " [", std::string(done, '#'), std::string(bar - done, '.'), "] ", number);
 }
 
-Progress::Progress(bool wanted) : visible_(wanted && isatty(STDERR_FILENO) == 1)
+ProgressLine::ProgressLine(bool wanted) : visible_(wanted && isatty(STDERR_FILENO) == 1) {}
+
+void ProgressLine::show(std::string_view title, int percent)
+{
+    if (!visible_)
+        return;
+    const std::size_t columns = terminalColumns();
+    put(concat("\r", progressLine(title, percent, columns - std::min(columns, kEchoColumns))));
+    shown_ = true;
+}
+
+void ProgressLine::clear()
+{
+    if (!shown_)
+        return;
+    put(concat("\r", std::string(terminalColumns(), ' '), "\r"));
+    shown_ = false;
+}
+
+Progress::Progress(bool wanted) : line_(wanted)
 {
     current = this;
-    SetProcessEnvironment(interruptRequested, visible_ ? report : nullptr);
+    SetProcessEnvironment(interruptRequested, line_.isVisible() ? report : nullptr);
 }
 
 Progress::~Progress()
 {
-    clear();
     SetProcessEnvironment(nullptr, nullptr);
     current = nullptr;
 }
@@ -66,14 +84,6 @@ void Progress::begin(std::string title)
 {
     title_ = std::move(title);
     percent_ = -1;
-}
-
-void Progress::clear()
-{
-    if (!shown_)
-        return;
-    put(concat("\r", std::string(terminalColumns(), ' '), "\r"));
-    shown_ = false;
 }
 
 void Progress::report(int percent)
@@ -87,9 +97,7 @@ void Progress::show(int percent)
     if (percent == percent_)
         return;
     percent_ = percent;
-    const std::size_t columns = terminalColumns();
-    put(concat("\r", progressLine(title_, percent, columns - std::min(columns, kEchoColumns))));
-    shown_ = true;
+    line_.show(title_, percent);
 }
 
 } // namespace velmont::cli
