@@ -9,7 +9,6 @@
 #include "io/picture.h"
 #include "progress.h"
 #include "samples/render.h"
-#include "shell_words.h"
 #include "text.h"
 #include <algorithm>
 #include <array>
@@ -197,14 +196,14 @@ private:
             made.size = sizeOf(picture);
             made.digest = digestOf(picture);
         };
-        std::vector<std::string> words{"velmont", "apply"};
+        std::vector<std::string> &words = made.command;
+        words = {"velmont", "apply"};
         words.insert(words.end(), chain.begin(), chain.end());
         words.insert(words.end(), {"-o", file});
         if (io::formatOfName(file) == io::Format::Jpeg) {
             apply.jpegQuality = kQuality;
             words.insert(words.end(), {"--quality", std::to_string(kQuality)});
         }
-        made.command = shellCommand(words);
         runApply(chain, apply);
         return made;
     }

@@ -1,8 +1,10 @@
 #include "gallery_page.h"
 #include "gallery_files.h"
+#include "shell_words.h"
 #include "text.h"
 #include <algorithm>
 #include <initializer_list>
+#include <span>
 #include <stdexcept>
 #include <utility>
 #include <velmont/version.h>
@@ -93,6 +95,22 @@ std::string noteOn(const GalleryPicture &picture, const GalleryEntry &entry, con
     return sameSize ? "" : concat("Result: ", sizeText(picture.size));
 }
 
+/// A command as it is typed. What should stand on one line is kept together: words with hyphens, where browsers break
+/// lines too, and an option with its value.
+std::string commandHtml(std::span<const std::string> words)
+{
+    std::string html;
+    for (auto word = words.begin(); word != words.end(); ++word) {
+        html += html.empty() ? "" : " ";
+        const bool hasHyphen = word->find('-') != std::string::npos;
+        std::string text = shellQuoted(*word);
+        if (word->starts_with('-') && word + 1 != words.end())
+            text.append(" ").append(shellQuoted(*++word));
+        html += hasHyphen ? concat("<span>", escaped(text), "</span>") : escaped(text);
+    }
+    return html;
+}
+
 std::string pictureHtml(const GalleryPicture &picture, const GalleryEntry &entry, const GalleryPicture &scene)
 {
     const bool isDefault = &picture == &entry.pictures.front();
@@ -104,7 +122,7 @@ std::string pictureHtml(const GalleryPicture &picture, const GalleryEntry &entry
                                                 isDefault ? " with its defaults" : " with a strong setting")},
                                  {"digest", picture.digest},
                                  {"note", noteOn(picture, entry, scene)},
-                                 {"command", picture.command}});
+                                 {"command", commandHtml(picture.command)}});
 }
 
 /// What the search finds an effect by besides its name and help.
@@ -164,7 +182,7 @@ std::string sourcesHtml(const GalleryContents &contents)
                                      {"width", std::to_string(picture.size.width)},
                                      {"height", std::to_string(picture.size.height)},
                                      {"digest", picture.digest},
-                                     {"command", picture.command}});
+                                     {"command", commandHtml(picture.command)}});
     return html;
 }
 

@@ -13,8 +13,8 @@ namespace velmont::cli {
 
 /// A picture as the page shows it.
 struct GalleryPicture {
-    std::string file;    ///< its name in the gallery
-    std::string command; ///< that makes it, as it is typed
+    std::string file;                 ///< its name in the gallery
+    std::vector<std::string> command; ///< the words that make it
     GallerySize size{};
     std::string digest; ///< of its pixels, as the effect left them
 };

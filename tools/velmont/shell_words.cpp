@@ -25,12 +25,4 @@ std::string shellQuoted(std::string_view word)
     return quoted += '\'';
 }
 
-std::string shellCommand(std::span<const std::string> words)
-{
-    std::string command;
-    for (const std::string &word : words)
-        command.append(command.empty() ? "" : " ").append(shellQuoted(word));
-    return command;
-}
-
 } // namespace velmont::cli

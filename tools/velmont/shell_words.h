@@ -3,7 +3,6 @@
 /// \file
 /// Commands as they are typed into a shell.
 
-#include <span>
 #include <string>
 #include <string_view>
 
@@ -11,7 +10,5 @@ namespace velmont::cli {
 
 /// A word in the form in which a POSIX shell takes it literally: in single quotes where it needs them.
 std::string shellQuoted(std::string_view word);
-/// Words in that form, with blanks between them.
-std::string shellCommand(std::span<const std::string> words);
 
 } // namespace velmont::cli

@@ -86,6 +86,7 @@ function enliven(effect) {
     head.append(title);
     if (views.length > 1)
         head.append(addSettings(effect, views, sliders));
+    effect.classList.add('live');
 }
 
 /** Search and family. */
