@@ -249,16 +249,16 @@ TEST_F(GalleryPage, ShowsStrongSettingsThatLookDifferent)
 
 TEST_F(Gallery, APictureIsReducedToTheGallerysSize)
 {
-    save(Kind::Paletted, 960, 200, file("wide photo.png"));
+    save(Kind::Paletted, 2000, 100, file("wide photo.png"));
     expectSilence({"gallery", "--picture", "wide photo.png", "-o", "wide"});
     const std::string html = textOf("wide/index.html");
-    EXPECT_NE(html.find("src=\"scene.png\" width=\"480\" height=\"100\""), std::string::npos);
-    EXPECT_EQ(coloursOf(file("wide/scene.png")).size(), 480u * 100u);
+    EXPECT_NE(html.find("src=\"scene.png\" width=\"480\" height=\"24\""), std::string::npos);
+    EXPECT_EQ(coloursOf(file("wide/scene.png")).size(), 480u * 24u);
 }
 
 TEST_F(Gallery, AFolderWithContentsIsLeftAlone)
 {
-    save(Kind::Colour, 150, 100, file("photo.png"));
+    save(Kind::Colour, 60, 40, file("photo.png"));
     fs::create_directory(file("gallery"));
     writeText("gallery/notes.txt", "mine");
     expectRefusal({"gallery", "--picture", "photo.png", "-o", "gallery"}, 2,
@@ -277,6 +277,18 @@ TEST_F(Gallery, Refusals)
     EXPECT_EQ(run({"gallery", "--picture", "file", "-o", "gallery"}).exitCode, 3);
     EXPECT_EQ(run({"gallery", "--picture", "missing.png", "-o", "gallery"}).exitCode, 3);
     EXPECT_EQ(run({"gallery", "-o", "file/gallery"}).exitCode, 4);
+}
+
+TEST_F(Gallery, ShowsItsProgressOnATerminal)
+{
+    if (!hasTerminals())
+        GTEST_SKIP() << "no pseudo terminals here";
+    save(Kind::Colour, 60, 40, file("photo.png"));
+    Program talking(folder(), command({"gallery", "--picture", "photo.png", "-o", "talking"}), Terminal::Yes);
+    EXPECT_NE(talking.finish().err.find("gallery: "), std::string::npos);
+    Program quiet(folder(), command({"gallery", "--picture", "photo.png", "-o", "quiet", "-q"}),
+                  Terminal::Yes);
+    EXPECT_EQ(quiet.finish().err, "");
 }
 
 TEST_F(Gallery, CtrlCEndsItWithoutAPage)

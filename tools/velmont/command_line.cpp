@@ -210,6 +210,7 @@ void defineCommands(CLI::App &app, Request &request)
 
     CLI::App *const gallery = addCommand(app, "gallery", "[--picture FILE] -o FOLDER",
                                          "Make a page that shows every effect before and after");
+    gallery->footer(kFooter);
     gallery->add_option("-o,--output", request.gallery.folder, "The folder to write")->type_name("FOLDER");
     gallery->add_option("--picture", request.gallery.picture, "To show them on instead of the bundled scene")
         ->type_name("FILE");

@@ -115,7 +115,7 @@ double lastChoice(const Field &field)
 
 double extremeValue(const Field &field)
 {
-    constexpr double growth = 4;
+    constexpr double growth = 3;
     if (!field.choices.empty())
         return lastChoice(field);
     if (isColour(field) || field.defaultValue == 0)

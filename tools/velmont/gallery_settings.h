@@ -36,7 +36,7 @@ std::string_view galleryInput(const catalogue::Effect &effect);
 /// \param fields "name=value" words; those not named stay at their defaults
 std::vector<std::string> galleryChain(const catalogue::Effect &effect, std::span<const std::string> fields);
 
-/// The words of a strong setting: those of the catalogue's entry if it has some. Else lengths become four times as
+/// The words of a strong setting: those of the catalogue's entry if it has some. Else lengths become three times as
 /// large, other numbers go to the greatest value, or where the default is negative to the least, choices to the last
 /// that is not the default; colours and what is 0 by default stay. Empty when that changes nothing.
 std::vector<std::string> extremeFields(const catalogue::Effect &effect);
