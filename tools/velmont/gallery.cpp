@@ -34,7 +34,15 @@ constexpr int kQuality = 85;
 /// The folder in which the commands run, for the length of a scope.
 class WorkingFolder {
 public:
-    explicit WorkingFolder(const fs::path &folder) : before_(fs::current_path()) { fs::current_path(folder); }
+    explicit WorkingFolder(const fs::path &folder)
+    {
+        std::error_code error;
+        before_ = fs::current_path(error);
+        if (!error)
+            fs::current_path(folder, error);
+        if (error)
+            throw Failure(ExitCode::Output, concat(folder.string(), ": ", error.message()));
+    }
     ~WorkingFolder()
     {
         std::error_code ignored;
@@ -173,9 +181,9 @@ private:
             return;
         GalleryPicture picture = makeResult(*entry.effect, fields, "-extreme");
         if (picture.digest != entry.pictures.front().digest)
-            entry.pictures.push_back(std::move(picture));
-        else
-            fs::remove(picture.file);
+            return entry.pictures.push_back(std::move(picture));
+        std::error_code ignored;
+        fs::remove(picture.file, ignored);
     }
 
     GalleryPicture makeResult(const Effect &effect, std::span<const std::string> fields,
