@@ -119,7 +119,7 @@ std::string pictureHtml(const GalleryPicture &picture, const GalleryEntry &entry
                                  {"width", std::to_string(picture.size.width)},
                                  {"height", std::to_string(picture.size.height)},
                                  {"alt", concat(entry.input, " after ", entry.effect->name,
-                                                isDefault ? " with its defaults" : " with a strong setting")},
+                                                isDefault ? " with its defaults" : " with an extreme setting")},
                                  {"digest", picture.digest},
                                  {"note", noteOn(picture, entry, scene)},
                                  {"command", commandHtml(picture.command)}});
