@@ -114,15 +114,16 @@ std::string commandHtml(std::span<const std::string> words)
 std::string pictureHtml(const GalleryPicture &picture, const GalleryEntry &entry, const GalleryPicture &scene)
 {
     const bool isDefault = &picture == &entry.pictures.front();
-    return filled(kPictureHtml, {{"file", picture.file},
-                                 {"label", isDefault ? "Default" : "Extreme"},
-                                 {"width", std::to_string(picture.size.width)},
-                                 {"height", std::to_string(picture.size.height)},
-                                 {"alt", concat(entry.input, " after ", entry.effect->name,
-                                                isDefault ? " with its defaults" : " with an extreme setting")},
-                                 {"digest", picture.digest},
-                                 {"note", noteOn(picture, entry, scene)},
-                                 {"command", commandHtml(picture.command)}});
+    return filled(kPictureHtml,
+                  {{"file", picture.file},
+                   {"label", isDefault ? "Default" : "Extreme"},
+                   {"width", std::to_string(picture.size.width)},
+                   {"height", std::to_string(picture.size.height)},
+                   {"alt", concat(entry.input, " after ", entry.effect->name,
+                                  isDefault ? " with its defaults" : " with an extreme setting")},
+                   {"digest", picture.digest},
+                   {"note", noteOn(picture, entry, scene)},
+                   {"command", commandHtml(picture.command)}});
 }
 
 /// What the search finds an effect by besides its name and help.
