@@ -143,6 +143,9 @@ struct Effect {
     bool usesCreateDib = false; ///< which leaves a block behind where it cannot lock it
     Motion motion = Motion::None;
     bool resizes = false; ///< the result may be of another size
+    /// A strong setting for showing the effect, where the greatest values of its fields show nothing: "field=value" words
+    /// of the command line with a blank between them.
+    std::string_view extremeExample = {};
 };
 
 /// All effects, by family and then by name.

@@ -136,7 +136,8 @@ constexpr std::array kEffects{
            .recordBytes = sizeof(tagParamBlur),
            .fields = kBlurFields,
            .depths = DepthSamples,
-           .call = callWithRecord<&ProcessBlur, tagParamBlur>},
+           .call = callWithRecord<&ProcessBlur, tagParamBlur>,
+           .extremeExample = "size=40 centerWeight=0"},
     Effect{.name = "despeckle",
            .exportName = "ProcessDespeckle",
            .code = 16,
@@ -197,7 +198,8 @@ constexpr std::array kEffects{
            .locksLeft = 1,
            .locksOnResult = 1,
            .smallestSide = 9,
-           .definesPadding = false},
+           .definesPadding = false,
+           .extremeExample = "threshold=300 radius=20 mode=edges"},
 };
 
 } // namespace

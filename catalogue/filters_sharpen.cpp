@@ -181,7 +181,8 @@ constexpr std::array kEffects{
            .recordBytes = sizeof(tagParamFindContour),
            .fields = kFindContourFields,
            .depths = DepthSamples,
-           .call = callWithRecord<&ProcessFindContour, tagParamFindContour>},
+           .call = callWithRecord<&ProcessFindContour, tagParamFindContour>,
+           .extremeExample = "channel=red threshold=200"},
     Effect{.name = "linear-sharpen",
            .exportName = "ProcessLinearSharpen",
            .code = 19,
@@ -221,7 +222,9 @@ constexpr std::array kEffects{
            .recordBytes = sizeof(tagParamUserFilter),
            .fields = kUserFilterFields,
            .depths = DepthSamples,
-           .call = callWithRecord<&ProcessUserFilter, tagParamUserFilter>},
+           .call = callWithRecord<&ProcessUserFilter, tagParamUserFilter>,
+           .extremeExample = "divisor=1 bias=128 kernel22=-2 kernel23=-1 kernel24=0 kernel32=-1 kernel33=0 "
+                             "kernel34=1 kernel42=0 kernel43=1 kernel44=2"},
 };
 
 } // namespace

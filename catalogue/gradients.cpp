@@ -135,7 +135,8 @@ constexpr std::array kEffects{
            .fields = kRoundFields,
            .depths = DepthSamples,
            .random = false,
-           .call = callGradient<ProcessCircularGradient, ShapedArguments>},
+           .call = callGradient<ProcessCircularGradient, ShapedArguments>,
+           .extremeExample = "colorMode=hsv sourcePercent=30 repeats=5 color1=#2020ff color2=#ff4020"},
     Effect{.name = "gradient-fill",
            .exportName = "ProcessGradientFill",
            .code = {},
@@ -146,7 +147,9 @@ constexpr std::array kEffects{
            .fields = kFillFields,
            .depths = DepthSamples,
            .random = false,
-           .call = callGradient<ProcessGradientFill, ShapedArguments>},
+           .call = callGradient<ProcessGradientFill, ShapedArguments>,
+           .extremeExample =
+               "shape=ellipse colorMode=hsv sourcePercent=30 repeats=5 color1=#2020ff color2=#ff4020"},
     Effect{.name = "linear-gradient",
            .exportName = "ProcessLinearGradient",
            .code = {},
@@ -157,7 +160,9 @@ constexpr std::array kEffects{
            .fields = kLineFields,
            .depths = DepthSamples,
            .random = false,
-           .call = callGradient<ProcessLinearGradient, LineArguments>},
+           .call = callGradient<ProcessLinearGradient, LineArguments>,
+           .extremeExample =
+               "colorMode=hsv repeatMode=sawtooth sourcePercent=30 repeats=5 color1=#2020ff color2=#ff4020"},
     Effect{.name = "rectangular-gradient",
            .exportName = "ProcessRectangularGradient",
            .code = {},
@@ -168,7 +173,8 @@ constexpr std::array kEffects{
            .fields = kBoxFields,
            .depths = DepthSamples,
            .random = false,
-           .call = callGradient<ProcessRectangularGradient, ShapedArguments>},
+           .call = callGradient<ProcessRectangularGradient, ShapedArguments>,
+           .extremeExample = "colorMode=hsv sourcePercent=40 repeats=3 color1=#2020ff color2=#ff4020"},
 };
 
 } // namespace

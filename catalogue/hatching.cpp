@@ -68,7 +68,8 @@ constexpr std::array kEffects{
            .depths = DepthSamples,
            .random = true,
            .call = callWithRecord<ProcessPointillize, tagPointillize>,
-           .otherDepths = Depth1 | Depth4 | Depth8Paletted},
+           .otherDepths = Depth1 | Depth4 | Depth8Paletted,
+           .extremeExample = "size=24"},
 };
 
 } // namespace

@@ -74,7 +74,8 @@ constexpr std::array kEffects{
            .depths = Depth24,
            .call = callWithRecord<&ProcessFlare, tagParamFlare>,
            .otherDepths = Depth1 | Depth4,
-           .locksLeft = 1},
+           .locksLeft = 1,
+           .extremeExample = "x=340 y=60"},
     Effect{.name = "sun-burst",
            .exportName = "ProcessSunBurst",
            .code = 4201,
@@ -86,7 +87,8 @@ constexpr std::array kEffects{
            .depths = Depth8 | Depth24,
            .random = true,
            .call = callWithRecord<&ProcessSunBurst, tagParamSunburst>,
-           .otherDepths = Depth1 | Depth4},
+           .otherDepths = Depth1 | Depth4,
+           .extremeExample = "x=172 y=92 radius=60 spokeCount=200 randomHue=180 color=#ffd060"},
 };
 
 } // namespace

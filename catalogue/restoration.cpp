@@ -35,7 +35,8 @@ const std::array kEffects{
            .fields = kScratchFields,
            .depths = Depth24,
            .call = callWithRecord<&ProcessScratch, tagScratchParam>,
-           .definesPadding = false},
+           .definesPadding = false,
+           .extremeExample = "threshold=4 radius=10"},
 };
 
 } // namespace

@@ -50,7 +50,8 @@ constexpr std::array kEffects{
            .otherDepths = Depth8Paletted,
            .operands = kTextureOperands,
            .blocksLeft = 1,
-           .leavesBlocksByAbort = true},
+           .leavesBlocksByAbort = true,
+           .extremeExample = "tileMode=mirrored strength=160 scale=2"},
 };
 
 } // namespace

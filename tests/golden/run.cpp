@@ -1,9 +1,9 @@
 #include "tests/golden/run.h"
+#include "catalogue/digest.h"
 #include "catalogue/fitted_operands.h"
 #include "core/clock.h"
 #include "core/generator.h"
 #include "platform/memory.h"
-#include "tests/golden/digest.h"
 #include "tests/support/recording_host.h"
 #include <algorithm>
 #include <velmont/painting.h>
@@ -12,7 +12,7 @@ namespace velmont::golden {
 
 namespace {
 
-using catalogue::Effect, catalogue::Record, testing::Bytes;
+using catalogue::Digest, catalogue::Effect, catalogue::Record, testing::Bytes;
 
 void addBlock(Digest &digest, void *handle, bool definesPadding = true)
 {

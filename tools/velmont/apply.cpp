@@ -11,11 +11,12 @@ namespace {
 
 JobOptions jobOptions(const ApplyOptions &options)
 {
-    return {{options.force, options.jpegQuality, options.run.quiet, options.format, options.strip},
+    return {{options.force, options.quality, options.run.quiet, options.format, options.strip},
             options.selection,
             options.run,
             options.decode,
-            options.dryRun};
+            options.dryRun,
+            options.inspect};
 }
 
 void requireOutput(const std::vector<std::filesystem::path> &inputs, const ApplyOptions &options)

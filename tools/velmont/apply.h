@@ -5,6 +5,7 @@
 
 #include "batch.h"
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -15,7 +16,7 @@ namespace velmont::cli {
 struct ApplyOptions {
     std::filesystem::path output;     ///< a file, or a folder
     bool force = false;               ///< replace an output that exists
-    std::optional<int> jpegQuality;   ///< 1 to 100
+    std::optional<int> quality;       ///< 1 to 100
     std::optional<io::Format> format; ///< of the output, whatever its ending says
     bool strip = false;               ///< write neither a colour profile nor notes of the camera
     io::DecodeOptions decode;
@@ -24,6 +25,7 @@ struct ApplyOptions {
     SelectionOptions selection;
     RunOptions run;
     BatchOptions batch;
+    std::function<void(const io::Picture &)> inspect; ///< sees each result before it is written; may be empty
     std::vector<Step> recipe; ///< the effects, where words are images only; empty where words bring them
 };
 

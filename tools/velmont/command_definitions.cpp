@@ -284,6 +284,14 @@ void defineCommands(CLI::App &app, Request &request)
     histogram->add_flag("--json", request.histogram.json, "Every bin, for programs");
     histogram->add_flag("--convert", request.histogram.convert, "Count the colours of a palette");
 
+    CLI::App *const gallery = addCommand(app, "gallery", "[--picture FILE] -o FOLDER",
+                                         "Make a page that shows every effect before and after");
+    gallery->add_option("-o,--output", request.gallery.folder, "The folder to write")->type_name("DIR");
+    gallery->add_option("--picture", request.gallery.picture, "To show them on instead of the bundled scene")
+        ->type_name("FILE");
+    gallery->add_flag("--force", request.gallery.force, "Write into a folder that has contents already");
+    gallery->add_flag("-q,--quiet", request.gallery.quiet, "No progress");
+
     CLI::App *const apply = addCommand(
         app, "apply", "EFFECT [field=value ...] [then EFFECT [field=value ...]]... INPUT... -o OUTPUT",
         "Run effects on images");

@@ -5,6 +5,7 @@
 /// them.
 
 #include "apply.h"
+#include "gallery.h"
 #include "histogram.h"
 #include "list.h"
 #include "picture_steps.h"
@@ -33,6 +34,7 @@ struct Request {
     std::optional<std::string> quality, format, seed, workers, recipeFile, maxPixels;
     ApplyOptions apply;
     HistogramOptions histogram;
+    GalleryOptions gallery;
     RecipeRequest recipe;
     ResizeRequest resize;
     CropRequest crop;

@@ -113,7 +113,7 @@ bool parse(CLI::App &app, std::vector<std::string> arguments)
     return true;
 }
 
-int jpegQuality(const std::string &text)
+int parseQuality(const std::string &text)
 {
     bool outOfRange = false;
     const auto quality = parseWhole(text, outOfRange);
@@ -162,7 +162,7 @@ const ApplyOptions &outputOptions(Request &request)
     request.apply.output = request.output;
     request.apply.selection = selectionOptions(request);
     if (request.quality)
-        request.apply.jpegQuality = jpegQuality(*request.quality);
+        request.apply.quality = parseQuality(*request.quality);
     if (request.seed)
         request.apply.run.seed = parseSeed(*request.seed);
     if (request.maxPixels)
@@ -261,7 +261,7 @@ void runCommandLine(std::span<char *const> arguments)
     const Arguments split = splitArguments(arguments);
     if (!parse(app, split.free))
         return;
-    const bool takesNoFile = std::ranges::any_of(std::array{"info", "list", "man", "completion"},
+    const bool takesNoFile = std::ranges::any_of(std::array{"info", "list", "man", "completion", "gallery"},
                                                  [&](const char *name) { return app.got_subcommand(name); });
     if ((takesNoFile || app.get_subcommands().empty()) && !split.literal.empty())
         refuse("unexpected word ", inQuotes(split.literal.front()));
@@ -276,6 +276,8 @@ void runCommandLine(std::span<char *const> arguments)
         runHistogram(request);
     else if (app.got_subcommand("recipe"))
         print(recipeAnswer(request.words, request.recipe, recipeOptions(request)));
+    else if (app.got_subcommand("gallery"))
+        runGallery(request.gallery);
     else if (app.got_subcommand("man"))
         print(manualText(app));
     else if (app.got_subcommand("completion"))
@@ -283,9 +285,9 @@ void runCommandLine(std::span<char *const> arguments)
     else if (app.got_subcommand("complete"))
         print(completionsText(app, request.words));
     else if (!runPictureCommand(app, request))
-        refuse("usage: velmont list | info EFFECT | apply EFFECT ... INPUT -o OUTPUT | ...; \"velmont --help\" shows all "
+        refuse("usage: velmont list | info EFFECT | apply EFFECT ... INPUT -o OUTPUT | ...; \"velmont "
+               "--help\" shows all "
                "commands");
-               "\"velmont --help\" says more");
 }
 
 } // namespace velmont::cli

@@ -73,7 +73,7 @@ void fitToFormat(io::Picture &picture, io::Format format, const fs::path &output
         picture.alpha.clear();
         note(output, options, concat("alpha is dropped: ", name, " has none"));
     }
-    if (options.jpegQuality && !io::hasQuality(format))
+    if (options.quality && !io::hasQuality(format))
         note(output, options, concat("--quality means nothing to ", name));
 }
 
@@ -150,7 +150,7 @@ void writeOutput(io::Picture &picture, const fs::path &output, const OutputOptio
     std::vector<std::string> notices;
     try {
         const std::vector<uint8_t> bytes =
-            io::encode(picture, format, {options.jpegQuality, options.strip, &notices});
+            io::encode(picture, format, {options.quality, options.strip, &notices});
         for (const std::string &notice : notices)
             note(output, options, notice);
         stopIfInterrupted();

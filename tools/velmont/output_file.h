@@ -14,7 +14,7 @@ namespace velmont::cli {
 
 struct OutputOptions {
     bool force = false;               ///< replace a file that exists
-    std::optional<int> jpegQuality;   ///< 1 to 100
+    std::optional<int> quality;       ///< 1 to 100
     bool quiet = false;               ///< no notes
     std::optional<io::Format> format; ///< whatever the ending of the file says; needed for standard output
     bool strip = false;               ///< neither a colour profile nor notes of the camera

@@ -42,6 +42,8 @@ void runSteps(io::Picture &picture, const std::vector<Step> &steps, const JobOpt
     report.after = shapeOf(picture.dib.get());
     for (const NamedPicture &made : runner.made())
         report.made.push_back(made.file);
+    if (options.inspect)
+        options.inspect(picture);
     const Stopwatch watch;
     writeAll(picture, runner, report.output, options.output);
     report.writeSeconds = watch.seconds();

@@ -20,6 +20,8 @@ struct JobOptions {
     RunOptions run;
     io::DecodeOptions decode = {};
     bool dryRun = false; ///< check everything, run and write nothing
+    std::function<void(const io::Picture &)> inspect =
+        {}; ///< sees a result before it is written; may be empty
 };
 
 /// The steps for a picture, once it has been read. Before (null) they tell what is wrong with the words that ask for

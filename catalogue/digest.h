@@ -9,7 +9,7 @@
 #include <span>
 #include <string_view>
 
-namespace velmont::golden {
+namespace velmont::catalogue {
 
 class Digest {
 public:
@@ -44,4 +44,4 @@ private:
     uint64_t state_ = 0xCBF29CE484222325;
 };
 
-} // namespace velmont::golden
+} // namespace velmont::catalogue
