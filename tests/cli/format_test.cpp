@@ -65,7 +65,7 @@ TEST_F(Formats, TheContentsTellTheInputsFormat)
 
 TEST_F(Formats, AnUnknownEndingIsRefusedBeforeAnyWork)
 {
-    for (const std::string name : {"out.gif", "out", ".png"}) {
+    for (const std::string name : {"out.xyz", "out", ".png"}) {
         expectRefusal({"apply", "negative", "missing.png", "-o", name}, 2,
                       name + ": the ending names no format: use .png, .jpg, .jpeg, .jpe, .bmp, .dib, .tif, "
                              ".tiff or .webp");

@@ -72,9 +72,9 @@ TEST_F(Refusals, NamesThatAreNearlyRight)
     refusesCommand(
         {"rotate", "--by", "rigth"},
         "--by=rigth is not understood: left, right, half, or whole degrees clockwise; did you mean right?");
-    expectRefusal(
-        {"apply", "negative", "in.png", "-o", "out.pgn"}, 2,
-        "out.pgn: the ending names no format: use .png, .jpg, .jpeg, .jpe, .bmp or .dib; did you mean .png?");
+    expectRefusal({"apply", "negative", "in.png", "-o", "out.pgn"}, 2,
+                  "out.pgn: the ending names no format: use .png, .jpg, .jpeg, .jpe, .bmp, .dib, .tif, .tiff "
+                  "or .webp; did you mean .png?");
 }
 
 TEST_F(Refusals, TheWholeChainIsReadBeforeAnyWork)

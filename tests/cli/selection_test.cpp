@@ -337,7 +337,7 @@ TEST_F(Mask, MayStandInARecipe)
 {
     paint("in.png", 24, corner);
     writeText("recipe.json",
-              R"({"velmont": 1, "steps": [{"effect": "negative"}], "select": "0,0", "feather": 1})");
+              R"({"velmont": 1, "steps": [{"effect": "negative"}], "select": ["0,0"], "feather": 1})");
     expectSilence({"apply", "--recipe", "recipe.json", "in.png", "-o", "out.png"});
     expectPicture("out.png", [](int x, int y) { return negated(corner(x, y), softCorner(x, y)); });
     expectSilence({"apply", "--recipe", "recipe.json", "--feather", "0", "--select=6,4", "in.png", "-o",
