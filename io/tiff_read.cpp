@@ -1,6 +1,7 @@
 #include "io/codec.h"
 #include "io/dib_target.h"
 #include "io/pixels.h"
+#include "io/tiff_notes.h"
 #include "io/tiff_stream.h"
 #include <algorithm>
 #include <array>
@@ -476,7 +477,9 @@ DecodedFile TiffReader::read()
 
 DecodedFile decodeTiff(const EncodedFile &file)
 {
-    return TiffReader(file).read();
+    DecodedFile decoded = TiffReader(file).read();
+    decoded.picture.metadata.exif = notesOfTiff(file.bytes);
+    return decoded;
 }
 
 } // namespace velmont::io

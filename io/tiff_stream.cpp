@@ -43,7 +43,7 @@ TiffHandle TiffStream::open()
     if (!isWritten())
         TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), static_cast<tmsize_t>(mostPiece_));
     // The file is in memory already, but mapping would give libtiff bytes that it may not write to.
-    return TiffHandle(TIFFClientOpenExt("", isWritten() ? "w" : "rm", this, readBytes, writeBytes, seek,
+    return TiffHandle(TIFFClientOpenExt("", isWritten() ? "wl" : "rm", this, readBytes, writeBytes, seek,
                                         close, size, nullptr, nullptr, options.get()));
 }
 

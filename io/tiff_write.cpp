@@ -1,5 +1,6 @@
 #include "io/codec.h"
 #include "io/pixels.h"
+#include "io/tiff_notes.h"
 #include "io/tiff_stream.h"
 #include <algorithm>
 #include <array>
@@ -131,8 +132,6 @@ void TiffWriter::setMetadata()
 {
     fitProfile(job_, isGray_);
     const Metadata &metadata = job_.metadata;
-    if (!metadata.exif.empty())
-        job_.notices.emplace_back("the notes of the camera (EXIF) are not kept in a TIFF file");
     if (!metadata.icc.empty())
         set(TIFFTAG_ICCPROFILE, static_cast<uint32_t>(metadata.icc.size()), metadata.icc.data());
     if (!metadata.xmp.empty())
@@ -177,7 +176,11 @@ std::vector<uint8_t> TiffWriter::write()
     check(TIFFFlush(tiff_.get()) == 1);
     tiff_.reset();
     check(!stream_.outOfMemory() && stream_.complaint().empty());
-    return stream_.take();
+    std::vector<uint8_t> file = stream_.take();
+    if (!addNotesToTiff(file, job_.metadata.exif))
+        job_.notices.emplace_back(
+            "what the camera's maker noted in a form of its own (MakerNote) is not kept in a TIFF file");
+    return file;
 }
 
 } // namespace
