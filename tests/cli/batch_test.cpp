@@ -355,6 +355,20 @@ TEST_F(OwnFileSystem, AReadOnlyFolderIsTold)
               "velmont: 0 of 2 images written; 2 failed\n");
 }
 
+TEST_F(OwnFileSystem, OneImageHasTheExitCodeOfItsFailure)
+{
+    const Outcome full =
+        mounted("-o size=64k",
+                "{ \"$0\" apply negative large.bmp -o out/large.bmp; code=$?; ls -A out; exit $code; }");
+    EXPECT_EQ(full.exitCode, 4);
+    EXPECT_EQ(full.err, "velmont: out/large.bmp: cannot be written: No space left on device\n");
+    EXPECT_EQ(full.out, "");
+    const Outcome readOnly = mounted("-o ro", "exec \"$0\" apply negative small.bmp -o out/small.bmp");
+    EXPECT_EQ(readOnly.exitCode, 4);
+    EXPECT_EQ(readOnly.err,
+              "velmont: out/small.bmp: cannot write into the folder out: Read-only file system\n");
+}
+
 TEST_F(Batch, TellsWhereNoFolderCanBeMade)
 {
     saveSmall("a.png");

@@ -93,6 +93,10 @@ TEST_F(Completion, OfWordsOfACommand)
     EXPECT_EQ(answers({"crop", "--output=", ""}), Words{kFiles});
     EXPECT_EQ(answers({"crop", "--output=x"}), Words{"file --output="});
     EXPECT_EQ(answers({"crop", "--", "-"}), Words{kFiles});
+    EXPECT_EQ(answers({"crop", "--format", ""}), (Words{"png", "jpeg", "bmp", "tiff", "webp"}));
+    EXPECT_TRUE(has(answers({"crop", "--format=w"}), "--format=webp"));
+    EXPECT_EQ(answers({"apply", "--recipe", "old.json", ""}), Words{kFiles});
+    EXPECT_EQ(answers({"recipe", "--check", ""}), Words{kFiles});
 }
 
 TEST_F(Completion, OfEveryEffectItsFieldsAndChoices)

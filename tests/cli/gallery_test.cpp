@@ -116,6 +116,14 @@ std::string faultOf(const std::string &page)
     return open.empty() ? "" : "not ended: " + open.back();
 }
 
+std::set<std::string> namesIn(const fs::path &folder)
+{
+    std::set<std::string> names;
+    for (const auto &entry : fs::directory_iterator(folder))
+        names.insert(entry.path().filename().string());
+    return names;
+}
+
 class Gallery : public CliTest {
 protected:
     std::string page() const { return textOf("gallery/index.html"); }
@@ -202,10 +210,7 @@ TEST_F(GalleryPage, NeedsNothingButItsFolder)
                 files.insert(link);
         }
     }
-    std::set<std::string> there;
-    for (const auto &entry : fs::directory_iterator(made("")))
-        there.insert(entry.path().filename().string());
-    EXPECT_EQ(files, there);
+    EXPECT_EQ(files, namesIn(made("")));
     for (const char *const name : {"gallery.css", "gallery.js"})
         EXPECT_EQ(textOfMade(name).find("http"), std::string::npos) << name;
 }
@@ -282,7 +287,18 @@ TEST_F(Gallery, Refusals)
     expectRefusal({"gallery", "extra", "-o", "gallery"}, 2, "gallery: unexpected word \"extra\"");
     EXPECT_EQ(run({"gallery", "--picture", "file", "-o", "gallery"}).exitCode, 3);
     EXPECT_EQ(run({"gallery", "--picture", "missing.png", "-o", "gallery"}).exitCode, 3);
-    EXPECT_EQ(run({"gallery", "-o", "file/gallery"}).exitCode, 4);
+    EXPECT_FALSE(fs::exists(file("gallery")));
+    expectRefusal({"gallery", "-o", "file/gallery"}, 4,
+                  "file/gallery: the folder cannot be made: Not a directory");
+}
+
+TEST_F(Gallery, TellsWhichFileCannotBeWritten)
+{
+    const std::string shell = "ulimit -f 20; exec \"$0\" gallery -o gallery";
+    const Outcome outcome = Program(folder(), {"/bin/sh", "-c", shell, programPath()}).finish();
+    EXPECT_EQ(outcome.exitCode, 4);
+    EXPECT_EQ(outcome.err, "velmont: gallery: scene.png: cannot be written: File too large\n");
+    EXPECT_TRUE(fs::is_empty(file("gallery")));
 }
 
 TEST_F(Gallery, ShowsItsProgressOnATerminal)
@@ -310,13 +326,14 @@ TEST_F(Gallery, CtrlCEndsItWithoutAPage)
 
 TEST_F(Gallery, TheCheckedInPageIsWhatTheProgramMakes)
 {
-    const fs::path checkedIn = fs::path(VELMONT_GALLERY) / "index.html";
-    if (!fs::exists(checkedIn))
+    const fs::path checkedIn = VELMONT_GALLERY;
+    if (!fs::exists(checkedIn / "index.html"))
         GTEST_SKIP() << "no page is checked in";
     expectSilence({"gallery", "-o", "gallery"});
     std::ostringstream text;
-    text << std::ifstream(checkedIn, std::ios::binary).rdbuf();
+    text << std::ifstream(checkedIn / "index.html", std::ios::binary).rdbuf();
     EXPECT_TRUE(text.str() == page()) << "write it again: velmont gallery -o docs/gallery --force";
+    EXPECT_EQ(namesIn(checkedIn), namesIn(file("gallery"))) << "a picture is missing, or nothing needs it";
 }
 
 TEST(ShellWords, WhatAShellWouldReadIsQuoted)

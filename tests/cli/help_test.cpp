@@ -75,6 +75,18 @@ TEST_F(Help, OfEveryCommandIsATable)
     }
 }
 
+TEST_F(Help, FitsOneHundredAndTwentyColumns)
+{
+    for (const std::string command : {"", "apply", "gradient", "recipe"}) {
+        std::vector<std::string> words{"--help"};
+        if (!command.empty())
+            words.insert(words.begin(), command);
+        std::istringstream help(run(words).out);
+        for (std::string line; std::getline(help, line);)
+            EXPECT_LE(line.size(), 120u) << line;
+    }
+}
+
 TEST_F(Help, TellsTheVersion)
 {
     const Outcome outcome = run({"--version"});
@@ -95,7 +107,8 @@ TEST_F(Help, SuggestsCommands)
     expectRefusal({"lsit"}, 2, "there is no command \"lsit\"; did you mean list?");
     expectRefusal({"aply", "negative", "in.png", "-o", "out.png"}, 2,
                   "there is no command \"aply\"; did you mean apply?");
-    expectRefusal({"frobnicate"}, 2, "there is no command \"frobnicate\"");
+    expectRefusal({"frobnicate"}, 2, "there is no command \"frobnicate\"; \"velmont --help\" shows all");
+    expectRefusal({"help", "apply"}, 2, "there is no command \"help\"; \"velmont --help\" shows all");
 }
 
 TEST_F(Help, SuggestsOptions)

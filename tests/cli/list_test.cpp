@@ -248,6 +248,8 @@ TEST_F(Info, TellsPicturesBesideTheImage)
     EXPECT_NE(text.find("velmont apply masked mask=mask.png made=made.png photo.png -o result.png\n"),
               std::string::npos)
         << text;
+    EXPECT_NE(cli::infoText(*catalogue::findEffect("splash-cut-out")).find("\n  alpha=FILE     which"),
+              std::string::npos);
 }
 
 TEST_F(Info, ExamplesAreShort)

@@ -29,7 +29,8 @@ constexpr auto kApplyFooter =
     R"(EFFECT is a name of "velmont list"; "velmont info EFFECT" shows its fields. "then" joins several effects, which
 run in memory from left to right. Values are whole numbers, numbers, #rrggbb or names. The format of INPUT is told
 by its contents, that of OUTPUT by its ending: .png, .jpg, .jpeg, .jpe, .bmp, .dib, .tif, .tiff, .webp, or by
---format. An INPUT whose name looks like a field or is "then" is given as ./name, and one that starts with a dash as ./-name or behind "--".
+--format. An INPUT whose name looks like a field or is "then" is given as ./name, and one that starts with a dash as
+./-name or behind "--".
 
 With --mask, --select or both the effects count inside the selection alone: what is bright in MASK, and connected
 pixels that differ from the one at X,Y by R,G,B at most (X,Y,N: by N in all channels; X,Y: by 32). Several --select
@@ -39,10 +40,11 @@ move; colours are not multiplied by it.
 )";
 
 constexpr auto kFolderFooter =
-    R"(Several INPUTs go into a folder, -o DIR, which is made if it is missing; so does one INPUT where OUTPUT is a folder or
-ends in a slash. A folder as INPUT stands for the pictures in it, without those in its own folders. Results keep the
+    R"(Several INPUTs go into a folder, -o DIR, which is made if it is missing; so does one INPUT where OUTPUT is a folder
+or ends in a slash. A folder as INPUT stands for the pictures in it, without those in its own folders. Results keep the
 names of the images. --name takes another PATTERN with {stem} and {ext}, the two parts of an image's name, {n}, a
-running number, and {effect}; {{ and }} are braces. Files made besides, as in newAlpha={stem}-mask.png, take patterns too.
+running number, and {effect}; {{ and }} are braces. Files made besides, as in newAlpha={stem}-mask.png, take patterns
+too.
 Images are worked on by as many processes as there are cores, or fewer if the largest image, taken six times in full
 colour, does not fit so often into memory; --jobs N says how many whatever it takes. Results do not depend on it. An
 image that fails leaves the others alone.

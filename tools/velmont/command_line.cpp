@@ -52,7 +52,8 @@ std::string nearCommand(const CLI::App &app, const std::string &word)
     std::vector<std::string> names;
     for (const CLI::App *command : shownCommands(app))
         names.push_back(command->get_name());
-    return didYouMeanOneOf(word, names);
+    const std::string near = didYouMeanOneOf(word, names);
+    return near.empty() ? "; \"velmont --help\" shows all" : near;
 }
 
 /// Says which word was one too many.
@@ -63,7 +64,8 @@ std::string nearCommand(const CLI::App &app, const std::string &word)
     if (word.starts_with('-'))
         refuse("there is no option ", inQuotes(word),
                nearOption(commands.empty() ? app : *commands.front(), word));
-    if (commands.empty())
+    // A word that is the whole's own stood before the command.
+    if (commands.empty() || !app.remaining(false).empty())
         refuse("there is no command ", inQuotes(word), nearCommand(app, word));
     refuse(commands.front()->get_name(), ": unexpected word ", inQuotes(word));
 }

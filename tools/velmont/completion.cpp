@@ -3,6 +3,7 @@
 #include "chain.h"
 #include "command_definitions.h"
 #include "info.h"
+#include "io/picture.h"
 #include "list.h"
 #include "text.h"
 #include <CLI/CLI.hpp>
@@ -143,6 +144,18 @@ bool isFile(const CLI::Option &option)
     return type == "FILE" || type == "DIR";
 }
 
+/// What an option's value may be, as far as it is known; \param prefix "--name=" where both are one word
+std::string optionValues(const CLI::Option &option, std::string_view prefix = {})
+{
+    if (isFile(option))
+        return files(prefix);
+    std::string text;
+    if (option.get_type_name() == "FORMAT")
+        for (const std::string_view format : io::formatWords())
+            text += word(concat(prefix, format));
+    return text;
+}
+
 /// The words of a command that are neither options nor their values.
 std::vector<std::string> plainWords(const CLI::App &command, Words words)
 {
@@ -165,6 +178,15 @@ std::vector<const CLI::Option *> positionalsOf(const CLI::App &command)
     return command.get_options([](const CLI::Option *option) { return option->get_positional(); });
 }
 
+/// Whether the effects stand in a file, so that all words are names of files.
+bool readsRecipe(Words words)
+{
+    return std::ranges::any_of(words, [](const std::string &word) {
+        return word == "--recipe" || word.starts_with("--recipe=") || word == "--check" ||
+               word == "--command";
+    });
+}
+
 std::string plainWord(const CLI::App &command, Words before, std::string_view current)
 {
     const auto positionals = positionalsOf(command);
@@ -173,7 +195,7 @@ std::string plainWord(const CLI::App &command, Words before, std::string_view cu
     if (plain.size() >= positionals.size() && !goesOn)
         return {};
     const std::string name = positionals[std::min(plain.size(), positionals.size() - 1)]->get_name(true);
-    return name == "words" ? chainWords(plain, current) : namedWords(name);
+    return name == "words" && !readsRecipe(before) ? chainWords(plain, current) : namedWords(name);
 }
 
 std::string wordsOf(const CLI::App &command, Words before, const std::string &current)
@@ -181,12 +203,12 @@ std::string wordsOf(const CLI::App &command, Words before, const std::string &cu
     const bool literal = std::ranges::find(before, "--") != before.end();
     if (!literal && !before.empty()) {
         if (const CLI::Option *const option = optionOf(command, before.back()))
-            return isFile(*option) ? files() : std::string();
+            return optionValues(*option);
     }
     if (!literal && current.starts_with("--") && current.find('=') != std::string::npos) {
         const std::string name = current.substr(0, current.find('='));
         const CLI::Option *const option = optionOf(command, name);
-        return option && isFile(*option) ? files(concat(name, "=")) : std::string();
+        return option ? optionValues(*option, concat(name, "=")) : std::string();
     }
     return !literal && current.starts_with('-') ? optionWords(command) : plainWord(command, before, current);
 }

@@ -58,13 +58,14 @@ private:
 void prepareFolder(const GalleryOptions &options)
 {
     const fs::path &folder = options.folder;
-    if (folder.empty())
-        throw Failure(ExitCode::Usage, "no folder is given: -o FOLDER");
     std::error_code error;
     if (fs::exists(folder, error) && !fs::is_directory(folder, error))
         throw Failure(ExitCode::Output, concat(folder.string(), ": is no folder"));
     fs::create_directories(folder, error);
-    const bool isEmpty = !error && fs::is_empty(folder, error);
+    if (error)
+        throw Failure(ExitCode::Output,
+                      concat(folder.string(), ": the folder cannot be made: ", error.message()));
+    const bool isEmpty = fs::is_empty(folder, error);
     if (error)
         throw Failure(ExitCode::Output, concat(folder.string(), ": ", error.message()));
     if (!isEmpty && !options.force)
@@ -227,19 +228,32 @@ private:
     std::size_t done_ = 0;
 };
 
+void fillFolder(const io::Picture &scene, bool isQuiet)
+{
+    for (const GalleryText &text : galleryTexts(Maker(isQuiet).makeAll(scene))) {
+        stopIfInterrupted();
+        const auto *const bytes = reinterpret_cast<const uint8_t *>(text.text.data());
+        write(text.name, {bytes, text.text.size()});
+    }
+}
+
 } // namespace
 
 void runGallery(const GalleryOptions &options)
 {
-    prepareFolder(options);
+    if (options.folder.empty())
+        throw Failure(ExitCode::Usage, "no folder is given: -o FOLDER");
     watchInterrupts();
     const io::Picture scene = scenePicture(options.picture);
     stopIfInterrupted();
+    prepareFolder(options);
     const WorkingFolder folder(options.folder);
-    for (const GalleryText &text : galleryTexts(Maker(options.quiet).makeAll(scene))) {
-        stopIfInterrupted();
-        const auto *const bytes = reinterpret_cast<const uint8_t *>(text.text.data());
-        write(text.name, {bytes, text.text.size()});
+    try {
+        fillFolder(scene, options.quiet);
+    } catch (const Failure &failure) {
+        if (failure.code() != ExitCode::Output)
+            throw;
+        throw Failure(ExitCode::Output, concat(options.folder.string(), ": ", failure.what()));
     }
 }
 

@@ -13,13 +13,20 @@ using catalogue::Field;
 /// More of them would hide how simple it is.
 constexpr std::size_t kFieldsOfExample = 3;
 
+/// Of the longest name.
+std::size_t nameWidth(const auto &named)
+{
+    std::size_t width = 0;
+    for (const auto &each : named)
+        width = std::max(width, each.name.size());
+    return width;
+}
+
 std::string fieldsText(const Effect &effect)
 {
     if (effect.fields.empty())
         return "  none\n";
-    std::size_t width = 0;
-    for (const Field &field : effect.fields)
-        width = std::max(width, field.name.size());
+    const std::size_t width = nameWidth(effect.fields);
     std::string text;
     for (const Field &field : effect.fields) {
         text += concat("  ", field.name, std::string(width - field.name.size(), ' '), "  ", field.help, "\n");
@@ -32,9 +39,11 @@ std::string operandsText(const Effect &effect, const Style &style)
 {
     if (effect.operands.empty())
         return {};
+    const std::size_t width = nameWidth(effect.operands);
     std::string text = concat("\n", style.heading("pictures beside the image"), "\n");
     for (const catalogue::Operand &operand : effect.operands)
-        text += concat("  ", operand.name, "=FILE  ", operandRule(operand), "\n");
+        text += concat("  ", operand.name, "=FILE", std::string(width - operand.name.size(), ' '), "  ",
+                       operandRule(operand), "\n");
     return text;
 }
 
