@@ -155,6 +155,15 @@ std::vector<uint8_t> encodeWithAlpha(const DibSource &image)
     return file.take();
 }
 
+/// Programs that read BMP files look for pixels in them and nothing else.
+void noteLostMetadata(EncodeJob &job)
+{
+    if (!job.metadata.icc.empty())
+        job.notices.emplace_back("the colour profile is not kept in a BMP file");
+    if (!job.metadata.exif.empty() || !job.metadata.xmp.empty())
+        job.notices.emplace_back("the notes of the camera are not kept in a BMP file");
+}
+
 } // namespace
 
 DecodedFile decodeBmp(const EncodedFile &file)
@@ -174,6 +183,7 @@ DecodedFile decodeBmp(const EncodedFile &file)
 
 std::vector<uint8_t> encodeBmp(EncodeJob &job)
 {
+    noteLostMetadata(job);
     return job.image.hasAlpha() ? encodeWithAlpha(job.image) : encodeOpaque(job.image);
 }
 

@@ -18,7 +18,8 @@ std::string textOf(const char *format, va_list values)
 {
     std::array<char, 200> text{};
     std::vsnprintf(text.data(), text.size(), format, values);
-    std::string line = text.data();
+    // libtiff puts the name of the file first, which is empty here.
+    std::string line = text.data() + (std::string_view(text.data()).starts_with(": ") ? 2 : 0);
     // It may quote the file.
     std::replace_if(
         line.begin(), line.end(), [](char c) { return c >= 0 && c < ' '; }, ' ');
@@ -105,6 +106,8 @@ int TiffStream::onError(TIFF *, void *stream, const char *, const char *format, 
     try {
         const std::string text = textOf(format, values);
         self.outOfMemory_ |= text.find("memory") != std::string::npos;
+        // The directory lies behind the pixels in most files.
+        self.endedEarly_ |= text.starts_with("Can not read TIFF directory");
         if (self.complaint_.empty())
             self.complaint_ = text;
     } catch (const std::exception &) {

@@ -64,6 +64,26 @@ TEST_F(HistogramCommand, SummarizesAChannel)
     EXPECT_DOUBLE_EQ(red["mean"].get<double>(), 220.0 / 3);
 }
 
+TEST_F(HistogramCommand, SaysWhatReadingCouldNotKeep)
+{
+    std::string tiff("II*\0\x0A\0\0\0\x34\x12\x08\0", 12);
+    const auto put16 = [&](unsigned value) {
+        tiff += {static_cast<char>(value & 0xFF), static_cast<char>(value >> 8)};
+    };
+    // Width, height, bits a sample, no compression, black is 0, where the sample lies, rows and bytes.
+    constexpr unsigned kTags[][2] = {{256, 1}, {257, 1}, {258, 16}, {259, 1},
+                                     {262, 1}, {273, 8}, {278, 1},  {279, 2}};
+    for (const auto &[tag, value] : kTags)
+        for (const unsigned word : {tag, 3u, 1u, 0u, value, 0u})
+            put16(word);
+    tiff.append(4, '\0');
+    writeText("deep.tif", tiff);
+    const Outcome outcome = run({"histogram", "deep.tif"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(outcome.err, "velmont: deep.tif: 16 bits a sample are reduced to 8\n");
+    EXPECT_EQ(outcome.out.substr(0, outcome.out.find('\n')), "deep.tif: 1x1");
+}
+
 TEST_F(HistogramCommand, PlotsForATerminal)
 {
     saveThreePixels();

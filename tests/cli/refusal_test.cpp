@@ -96,6 +96,29 @@ TEST_F(Refusals, InputsThatAreNoImage)
     }
 }
 
+TEST_F(Refusals, ImagesAboveTheLimit)
+{
+    save(Kind::Colour, 8, 4, file("in.png"));
+    save(Kind::Gray, 9, 4, file("large.png"));
+    const std::string inTooLarge =
+        "in.png: PNG: an image of 8x4 is too large, at most 31 pixels are read (--max-pixels)";
+    expectRefusal({"apply", "negative", "in.png", "-o", "out.png", "--max-pixels", "31"}, 3, inTooLarge);
+    expectRefusal({"histogram", "in.png", "--max-pixels", "31"}, 3, inTooLarge);
+    EXPECT_EQ(run({"histogram", "in.png", "--max-pixels", "32"}).exitCode, 0);
+    const std::string largeTooLarge =
+        "large.png: PNG: an image of 9x4 is too large, at most 32 pixels are read (--max-pixels)";
+    for (std::vector<std::string> words :
+         {std::vector<std::string>{"apply", "negative", "--mask", "large.png"},
+          {"apply", "texturize", "texture=large.png"},
+          {"apply", "texturize", "texture=large.png", "--dry-run"},
+          {"fill", "--mask", "large.png"}}) {
+        words.insert(words.end(), {"in.png", "-o", "out.png", "--max-pixels", "32"});
+        expectRefusal(words, 3, largeTooLarge);
+    }
+    expectSilence(
+        {"apply", "texturize", "texture=large.png", "in.png", "-o", "made.png", "--max-pixels", "36"});
+}
+
 TEST_F(Refusals, OutputsThatCannotBeWritten)
 {
     std::filesystem::create_directories(file("folder.png/in.png"));

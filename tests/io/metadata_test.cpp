@@ -62,7 +62,26 @@ TEST(Metadata, TravelsThroughEveryFormatThatKeepsIt)
             EXPECT_EQ(kept.exif, corrected) << formatName(format);
         }
     }
-    EXPECT_TRUE(through(picture, Format::Bmp).metadata.empty());
+}
+
+TEST(Metadata, WhatABmpFileDoesNotKeepIsSaid)
+{
+    const auto noticesOf = [](const Picture &picture, bool strip) {
+        std::vector<std::string> notices;
+        EXPECT_TRUE(through(picture, Format::Bmp, {.strip = strip, .notices = &notices}).metadata.empty());
+        return notices;
+    };
+    const std::string profile = "the colour profile is not kept in a BMP file";
+    const std::string notes = "the notes of the camera are not kept in a BMP file";
+    Picture picture = colorPicture();
+    EXPECT_EQ(noticesOf(picture, false), (std::vector<std::string>{profile, notes}));
+    EXPECT_TRUE(noticesOf(picture, true).empty());
+    picture.metadata.exif.clear();
+    EXPECT_EQ(noticesOf(picture, false), (std::vector<std::string>{profile, notes}));
+    picture.metadata.icc.clear();
+    EXPECT_EQ(noticesOf(picture, false), std::vector<std::string>{notes});
+    picture.metadata.xmp.clear();
+    EXPECT_TRUE(noticesOf(picture, false).empty());
 }
 
 /// Writes directories by hand, in either byte order.

@@ -14,7 +14,6 @@ JobOptions jobOptions(const ApplyOptions &options)
     return {{options.force, options.quality, options.run.quiet, options.format, options.strip},
             options.selection,
             options.run,
-            options.decode,
             options.dryRun,
             options.inspect};
 }

@@ -19,8 +19,7 @@ struct ApplyOptions {
     std::optional<int> quality;       ///< 1 to 100
     std::optional<io::Format> format; ///< of the output, whatever its ending says
     bool strip = false;               ///< write neither a colour profile nor notes of the camera
-    io::DecodeOptions decode;
-    bool dryRun = false; ///< check everything, run and write nothing
+    bool dryRun = false;              ///< check everything, run and write nothing
     TellingOptions telling;
     SelectionOptions selection;
     RunOptions run;

@@ -87,6 +87,12 @@ CLI::App *addCommand(CLI::App &app, const std::string &name, const std::string &
     return command;
 }
 
+void addMostPixels(CLI::App &command, Request &request)
+{
+    command.add_option("--max-pixels", request.maxPixels, "Refuse larger images; 268435456 if not given")
+        ->type_name("N");
+}
+
 /// What all commands that write a picture take.
 void addOutputOptions(CLI::App &command, Request &request)
 {
@@ -114,8 +120,7 @@ void addOutputOptions(CLI::App &command, Request &request)
         ->type_name("N");
     command.add_flag("-q,--quiet", request.apply.run.quiet, "No notes and no progress");
     command.add_flag("--strip", request.apply.strip, "Drop the colour profile and the notes of the camera");
-    command.add_option("--max-pixels", request.maxPixels, "Refuse larger images; 268435456 if not given")
-        ->type_name("N");
+    addMostPixels(command, request);
     command.add_flag("--dry-run", request.apply.dryRun, "Check everything and tell what would be done");
     command.add_flag("--timing", request.apply.telling.timing, "Say how long each step takes");
     command.add_flag("--json", request.apply.telling.json, "Tell the results as JSON");
@@ -280,11 +285,12 @@ void defineCommands(CLI::App &app, Request &request)
     info->add_option("EFFECT", request.effect, "A name of the list");
     info->add_flag("--json", request.json, "As an object of list --json, for programs");
 
-    CLI::App *const histogram =
-        addCommand(app, "histogram", "[--json] [--convert] INPUT", "Show how often each level occurs");
+    CLI::App *const histogram = addCommand(app, "histogram", "[--json] [--convert] [--max-pixels N] INPUT",
+                                           "Show how often each level occurs");
     histogram->add_option("INPUT", request.words, "The image");
     histogram->add_flag("--json", request.histogram.json, "Every bin, for programs");
     histogram->add_flag("--convert", request.histogram.convert, "Count the colours of a palette");
+    addMostPixels(*histogram, request);
 
     CLI::App *const gallery = addCommand(app, "gallery", "[--picture FILE] -o FOLDER",
                                          "Make a page that shows every effect before and after");

@@ -143,7 +143,10 @@ void runHistogram(const Request &request)
 {
     if (request.words.size() != 1)
         refuse("histogram needs one image");
-    print(histogramText(request.words.front(), request.histogram));
+    HistogramOptions options = request.histogram;
+    if (request.maxPixels)
+        options.decode.maxPixels = parseMostPixels(*request.maxPixels);
+    print(histogramText(request.words.front(), options));
 }
 
 /// \param request its selection is inverted already
@@ -168,7 +171,7 @@ const ApplyOptions &outputOptions(Request &request)
     if (request.seed)
         request.apply.run.seed = parseSeed(*request.seed);
     if (request.maxPixels)
-        request.apply.decode.maxPixels = parseMostPixels(*request.maxPixels);
+        request.apply.run.decode.maxPixels = parseMostPixels(*request.maxPixels);
     if (request.format)
         request.apply.format = parseFormat(*request.format);
     if (request.workers)

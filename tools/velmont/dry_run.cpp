@@ -95,7 +95,7 @@ private:
                 continue;
             // Where the image's size is not known any picture may turn out to fit.
             const auto kind = sizeKnown_ ? given.operand->kind : catalogue::OperandKind::Picture;
-            readOperand(given.file, kind, picture_.dib.get(), subject());
+            readOperand(given.file, kind, picture_.dib.get(), subject(), options_.run.decode);
             add("read ", given.file.string(), ", the ", given.operand->name, " of ", step.effect->name);
         }
     }

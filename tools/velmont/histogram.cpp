@@ -4,6 +4,7 @@
 #include "field_value.h"
 #include "input_file.h"
 #include "io/picture.h"
+#include "notes.h"
 #include "standard_streams.h"
 #include "text.h"
 #include <algorithm>
@@ -71,10 +72,12 @@ std::vector<Channel> takeChannels(unsigned char *bytes)
     return channels;
 }
 
-Histogram count(const std::filesystem::path &input, bool convert)
+Histogram count(const std::filesystem::path &input, const HistogramOptions &options)
 {
-    io::Picture picture = readInput(input);
-    makeCountable(picture, inputName(input), convert);
+    io::Picture picture = readInput(input, options.decode);
+    for (const std::string &notice : picture.notices)
+        say(concat(inputName(input), ": ", notice));
+    makeCountable(picture, inputName(input), options.convert);
     Histogram histogram;
     GetDibSize(picture.dib.get(), &histogram.width, &histogram.height);
     unsigned char *const record = GetHistogram(picture.dib.get());
@@ -187,7 +190,7 @@ std::string asJson(const Histogram &histogram)
 
 std::string histogramText(const std::filesystem::path &input, const HistogramOptions &options)
 {
-    const Histogram histogram = count(input, options.convert);
+    const Histogram histogram = count(input, options);
     return options.json ? asJson(histogram) : asText(histogram, inputName(input));
 }
 

@@ -73,12 +73,12 @@ io::DibHandle fitted(io::DibHandle picture, OperandKind kind, void *dib)
 } // namespace
 
 io::DibHandle readOperand(const std::filesystem::path &file, OperandKind kind, void *dib,
-                          const std::string &subject)
+                          const std::string &subject, const io::DecodeOptions &options)
 {
     requireFileName(file.string());
     io::Picture picture;
     try {
-        picture = io::readPicture(file);
+        picture = io::readPicture(file, options);
     } catch (const io::Error &error) {
         throw Failure(ExitCode::Input, error.what());
     }
@@ -90,13 +90,14 @@ io::DibHandle readOperand(const std::filesystem::path &file, OperandKind kind, v
     return fitted(std::move(picture.dib), kind, dib);
 }
 
-StepOperands::StepOperands(const Step &step, catalogue::Record &record, void *dib, const std::string &subject)
+StepOperands::StepOperands(const Step &step, catalogue::Record &record, void *dib, const std::string &subject,
+                           const io::DecodeOptions &options)
     : step_(step), record_(record)
 {
     for (const OperandFile &given : step.operands) {
         if (given.operand->isResult)
             continue;
-        read_.push_back(readOperand(given.file, given.operand->kind, dib, subject));
+        read_.push_back(readOperand(given.file, given.operand->kind, dib, subject, options));
         given.operand->handle(record.bytes.data()) = read_.back().get();
     }
 }

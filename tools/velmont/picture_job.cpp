@@ -68,7 +68,7 @@ JobReport runJob(const PictureJob &job, const StepsFor &stepsFor, const JobOptio
     JobReport report;
     report.input = job.input;
     report.output = job.output;
-    io::Picture picture = timed(report.readSeconds, [&] { return readInput(job.input, options.decode); });
+    io::Picture picture = timed(report.readSeconds, [&] { return readInput(job.input, options.run.decode); });
     if (!options.run.quiet)
         for (const std::string &notice : picture.notices)
             say(concat(inputName(job.input), ": ", notice));

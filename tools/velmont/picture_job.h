@@ -18,7 +18,6 @@ struct JobOptions {
     OutputOptions output;
     SelectionOptions selection;
     RunOptions run;
-    io::DecodeOptions decode = {};
     bool dryRun = false; ///< check everything, run and write nothing
     std::function<void(const io::Picture &)> inspect =
         {}; ///< sees a result before it is written; may be empty

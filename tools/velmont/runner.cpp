@@ -121,7 +121,7 @@ Runner::Run Runner::runOn(void *dib, const Step &step, const catalogue::Record &
 {
     stopIfInterrupted();
     catalogue::Record record = given;
-    StepOperands operands(step, record, dib, subject());
+    StepOperands operands(step, record, dib, subject(), options_.decode);
     progress_.begin(title);
     randomness_.start(index_);
     const Stopwatch watch;

@@ -21,6 +21,7 @@ struct RunOptions {
     bool convert = false; ///< bring the picture to a depth that an effect accepts, instead of refusing it
     bool quiet = false;   ///< neither notes nor progress
     uint32_t seed = kDefaultSeed; ///< of the random effects
+    io::DecodeOptions decode{};   ///< of the picture, and of those beside it
 };
 
 /// A picture on its way through effects.

@@ -129,7 +129,7 @@ Selection::Selection(io::Picture &picture, const std::vector<Step> &steps, const
         return;
     requireSamples(picture, run);
     refuseResizing(steps);
-    const std::vector<uint8_t> levels = select(picture.dib.get(), options);
+    const std::vector<uint8_t> levels = select(picture.dib.get(), options, run.decode);
     if (std::ranges::all_of(levels, [](uint8_t level) { return level == 0; }) && !run.quiet)
         say(concat(subject, ": nothing is selected; the image stays as it is"));
     mask_ = feathered(grayOf(levels, size_.width, size_.height), options.feather);
@@ -160,7 +160,8 @@ void Selection::requireSamples(io::Picture &picture, const RunOptions &run) cons
         say(concat(is, "converted to 24-bit for the selection"));
 }
 
-std::vector<uint8_t> Selection::select(void *dib, const SelectionOptions &options) const
+std::vector<uint8_t> Selection::select(void *dib, const SelectionOptions &options,
+                                       const io::DecodeOptions &decode) const
 {
     std::vector<uint8_t> levels(static_cast<std::size_t>(size_.width) *
                                     static_cast<std::size_t>(size_.height),
@@ -172,7 +173,7 @@ std::vector<uint8_t> Selection::select(void *dib, const SelectionOptions &option
     }
     if (!options.mask.empty()) {
         const io::DibHandle mask =
-            readOperand(options.mask, catalogue::OperandKind::AlphaMask, dib, subject_);
+            readOperand(options.mask, catalogue::OperandKind::AlphaMask, dib, subject_, decode);
         std::ranges::transform(levels, levelsOf(mask.get()), levels.begin(),
                                [](uint8_t a, uint8_t b) { return std::min(a, b); });
     }

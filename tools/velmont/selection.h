@@ -68,7 +68,8 @@ private:
     static Size sizeOf(void *dib);
 
     void requireSamples(io::Picture &picture, const RunOptions &run) const;
-    std::vector<uint8_t> select(void *dib, const SelectionOptions &options) const;
+    std::vector<uint8_t> select(void *dib, const SelectionOptions &options,
+                                const io::DecodeOptions &decode) const;
     void refuseResizing(const std::vector<Step> &steps) const;
     void requireSize(Size size) const;
     std::vector<uint8_t> composedAlpha(std::span<const uint8_t> result) const;
