@@ -33,7 +33,14 @@ inline constexpr std::string_view kInksNotice = "CMYK is converted to RGB withou
 struct EncodedFile {
     std::span<const uint8_t> bytes;
     uint64_t maxPixels = kMostPixels;
+    StopCheck shouldStop = nullptr;
 };
+/// \throws Stopped when asked to.
+inline void stopIfAsked(StopCheck shouldStop)
+{
+    if (shouldStop && shouldStop())
+        throw Stopped();
+}
 /// \throws Error for a declared size that is empty or above what may be read. A size that passes fits two ints.
 void checkSize(Format format, uint64_t width, uint64_t height, uint64_t maxPixels);
 /// Some codings say a large area of one colour in a few bytes. Images above a size that does no harm are held
@@ -60,6 +67,7 @@ struct EncodeJob {
     const DibSource &image;
     Metadata metadata{}; ///< what is to be written
     std::optional<int> quality{};
+    StopCheck shouldStop = nullptr;
     std::vector<std::string> notices{};
 };
 /// Takes the colour profile out, with a notice, when it does not describe such an image.

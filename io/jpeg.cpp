@@ -42,6 +42,8 @@ struct JpegFailure {
     char text[JMSG_LENGTH_MAX] = "";
     bool endedEarly = false;
     bool outOfMemory = false;
+    StopCheck shouldStop = nullptr;
+    bool stopped = false;
 
     Error error() const { return endedEarly ? endsEarly(Format::Jpeg) : formatError(Format::Jpeg, text); }
 };
@@ -82,8 +84,13 @@ void judgeWarning(j_common_ptr jpeg, int level)
 
 void printNothing(j_common_ptr) {}
 
-void limitScans(j_common_ptr jpeg)
+/// Called every few rows of each pass.
+void watchProgress(j_common_ptr jpeg)
 {
+    if (JpegFailure &failure = failureOf(jpeg); failure.shouldStop && failure.shouldStop()) {
+        failure.stopped = true;
+        std::longjmp(failure.back, 1);
+    }
     if (!jpeg->is_decompressor || reinterpret_cast<j_decompress_ptr>(jpeg)->input_scan_number <= kMostScans)
         return;
     JpegFailure &failure = failureOf(jpeg);
@@ -125,6 +132,8 @@ private:
     {
         if (attempt(failure_, step))
             return;
+        if (failure_.stopped)
+            throw Stopped();
         if (failure_.outOfMemory)
             throw notEnoughMemory(jpeg_.image_width, jpeg_.image_height);
         throw failure_.error();
@@ -146,7 +155,8 @@ private:
 void JpegReader::readHeader(const EncodedFile &file)
 {
     jpeg_.err = &failure_.manager;
-    progress_.progress_monitor = limitScans;
+    failure_.shouldStop = file.shouldStop;
+    progress_.progress_monitor = watchProgress;
     guarded([&] {
         jpeg_create_decompress(&jpeg_);
         jpeg_.progress = &progress_;
@@ -288,6 +298,8 @@ private:
     {
         if (attempt(failure_, step))
             return;
+        if (failure_.stopped)
+            throw Stopped();
         if (failure_.outOfMemory)
             throw notEnoughMemory(static_cast<uint64_t>(image_.width()),
                                   static_cast<uint64_t>(image_.height()));
@@ -307,6 +319,7 @@ private:
     bool isGray_;
     JpegFailure failure_;
     jpeg_destination_mgr destination_{};
+    jpeg_progress_mgr progress_{};
     jpeg_compress_struct jpeg_{};
     std::vector<uint8_t> buffer_; ///< one row
     std::vector<uint8_t> file_;
@@ -442,9 +455,12 @@ std::vector<uint8_t> JpegWriter::write()
     buffer_.resize((isGray_ ? 1 : 3) * static_cast<std::size_t>(image_.width()));
     jpeg_.err = &failure_.manager;
     jpeg_.client_data = this;
+    failure_.shouldStop = job_.shouldStop;
+    progress_.progress_monitor = watchProgress;
     fitMetadata();
     guarded([this] {
         jpeg_create_compress(&jpeg_);
+        jpeg_.progress = &progress_;
         jpeg_.dest = &destination_;
         setParameters();
         jpeg_start_compress(&jpeg_, TRUE);

@@ -269,7 +269,8 @@ Picture decode(std::span<const uint8_t> file, const DecodeOptions &options)
     if (!format)
         throw unknownFormat(file);
     return withinMemory([&] {
-        DecodedFile decoded = decodeAs(*format, {file, std::min(options.maxPixels, kMostPixels)});
+        DecodedFile decoded =
+            decodeAs(*format, {file, std::min(options.maxPixels, kMostPixels), options.shouldStop});
         applyNotes(decoded.picture, decoded.orientation);
         return std::move(decoded.picture);
     });
@@ -292,6 +293,7 @@ std::vector<uint8_t> encode(const Picture &picture, Format format, const EncodeO
     return withinMemory([&] {
         EncodeJob job{image};
         job.quality = options.quality;
+        job.shouldStop = options.shouldStop;
         if (!options.strip)
             job.metadata = metadataFor(picture, image);
         std::vector<uint8_t> file = encodeAs(format, job);

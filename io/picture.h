@@ -11,6 +11,7 @@
 
 #include "io/dib_handle.h"
 #include <cstdint>
+#include <exception>
 #include <filesystem>
 #include <optional>
 #include <span>
@@ -26,6 +27,14 @@ class Error : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
+
+/// The end of a reading or writing that was asked to stop.
+class Stopped : public std::exception {
+public:
+    const char *what() const noexcept override { return "stopped"; }
+};
+/// Asked every few rows whether to stop; must not throw.
+using StopCheck = bool (*)();
 
 enum class Format { Bmp, Jpeg, Png, Tiff, Webp };
 
@@ -69,6 +78,7 @@ struct DecodeOptions {
     /// A file that declares more pixels is refused before memory is taken for them, so that a few bytes from a
     /// stranger cannot demand all of it. The default holds the largest WebP image; in 24 bits it takes 800 MB.
     uint64_t maxPixels = uint64_t{1} << 28;
+    StopCheck shouldStop = nullptr; ///< ends in Stopped; WebP pixels are read in one go
 };
 
 /// Decodes a file held in memory; its format is told by its first bytes.
@@ -87,6 +97,7 @@ struct EncodeOptions {
     bool strip = false;
     /// Where to append what writing could not keep, a line each.
     std::vector<std::string> *notices = nullptr;
+    StopCheck shouldStop = nullptr; ///< ends in Stopped
 };
 
 /// Whether a picture in this format keeps its alpha.

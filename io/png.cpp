@@ -98,6 +98,7 @@ private:
     std::span<const uint8_t> rest_;
     uint64_t fileBytes_;
     uint64_t maxPixels_;
+    StopCheck shouldStop_;
     PngFailure failure_;
     png_structp png_;
     png_infop info_;
@@ -116,6 +117,7 @@ private:
 
 PngReader::PngReader(const EncodedFile &file)
     : rest_(file.bytes), fileBytes_(file.bytes.size()), maxPixels_(file.maxPixels),
+      shouldStop_(file.shouldStop),
       png_(png_create_read_struct(PNG_LIBPNG_VER_STRING, &failure_, failPng, ignoreWarning)),
       info_(png_ ? png_create_info_struct(png_) : nullptr)
 {
@@ -270,6 +272,7 @@ void PngReader::readRows(const DibTarget &target)
     guarded([&] {
         for (int pass = 0; pass < passes_; ++pass) {
             for (int line = 0; line < target.height(); ++line) {
+                stopIfAsked(shouldStop_);
                 uint8_t *const row = rowBuffer(target, line);
                 png_read_row(png_, row, nullptr);
                 if (pass == passes_ - 1)
@@ -454,8 +457,10 @@ void PngWriter::writeRows()
     if (image_.hasAlpha())
         buffer_.resize(4 * static_cast<std::size_t>(image_.width()));
     guarded([this] {
-        for (int line = 0; line < image_.height(); ++line)
+        for (int line = 0; line < image_.height(); ++line) {
+            stopIfAsked(job_.shouldStop);
             png_write_row(png_, rowOf(image_.rowOfLine(line)));
+        }
         png_write_end(png_, nullptr);
     });
 }

@@ -86,7 +86,7 @@ uint8_t withoutAlpha(unsigned level, unsigned alpha)
 class TiffReader {
 public:
     explicit TiffReader(const EncodedFile &file)
-        : maxPixels_(file.maxPixels), fileBytes_(file.bytes.size()),
+        : maxPixels_(file.maxPixels), shouldStop_(file.shouldStop), fileBytes_(file.bytes.size()),
           stream_(file.bytes, 4 * file.maxPixels + file.bytes.size() + kBesidesPixels), tiff_(stream_.open())
     {
         if (!tiff_)
@@ -143,6 +143,7 @@ private:
     uint8_t *alphaRow(int row) { return alpha_.data() + std::size_t{width_} * static_cast<std::size_t>(row); }
 
     uint64_t maxPixels_;
+    StopCheck shouldStop_;
     uint64_t fileBytes_;
     TiffStream stream_;
     TiffHandle tiff_;
@@ -350,6 +351,7 @@ void TiffReader::readStrips(const DibTarget &target, unsigned plane)
     if (row.size() < storedRowBytes())
         throw formatError(Format::Tiff, "the rows are shorter than the image is wide");
     for (int line = 0; line < target.height(); ++line) {
+        stopIfAsked(shouldStop_);
         check(TIFFReadScanline(tiff_.get(), row.data(), static_cast<uint32_t>(line),
                                static_cast<uint16_t>(plane)) >= 0);
         takeRow(target, plane, line, row.data());
@@ -373,6 +375,7 @@ void TiffReader::readTiles(const DibTarget &target, unsigned plane)
     for (uint32_t top = 0; top < height_; top += std::min(tileHeight, height_ - top)) {
         const uint32_t rows = std::min(tileHeight, height_ - top);
         for (uint32_t left = 0; left < width_; left += std::min(tileWidth, width_ - left)) {
+            stopIfAsked(shouldStop_);
             check(TIFFReadTile(tiff_.get(), tile.data(), left, top, 0, static_cast<uint16_t>(plane)) >= 0);
             const std::size_t offset = std::size_t{left} / 8 * pixelBits;
             const std::size_t count =

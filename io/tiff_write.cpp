@@ -160,6 +160,7 @@ void TiffWriter::writeRows()
     std::vector<uint8_t> row(static_cast<std::size_t>(
         std::max<uint64_t>(fileRowBytes(), uint64_t{channels()} * static_cast<uint64_t>(image_.width()))));
     for (int line = 0; line < image_.height(); ++line) {
+        stopIfAsked(job_.shouldStop);
         fillRow(image_.rowOfLine(line), row.data());
         check(TIFFWriteScanline(tiff_.get(), row.data(), static_cast<uint32_t>(line), 0) == 1);
     }

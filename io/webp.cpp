@@ -238,6 +238,8 @@ void WebpWriter::configure()
 void WebpWriter::fail() const
 {
     switch (picture_.error_code) {
+    case VP8_ENC_ERROR_USER_ABORT:
+        throw Stopped();
     case VP8_ENC_ERROR_OUT_OF_MEMORY:
     case VP8_ENC_ERROR_BITSTREAM_OUT_OF_MEMORY:
     case VP8_ENC_ERROR_BAD_WRITE:
@@ -262,6 +264,11 @@ void WebpWriter::takePixels()
     picture_.width = image_.width();
     picture_.height = image_.height();
     picture_.use_argb = config_.lossless;
+    picture_.user_data = &job_;
+    picture_.progress_hook = [](int, const WebPPicture *picture) {
+        const StopCheck shouldStop = static_cast<const EncodeJob *>(picture->user_data)->shouldStop;
+        return shouldStop && shouldStop() ? 0 : 1;
+    };
     const auto import = image_.hasAlpha() ? WebPPictureImportBGRA : WebPPictureImportBGR;
     if (!import(&picture_, pixels.data(), static_cast<int>(stride)))
         fail();

@@ -1,25 +1,35 @@
 #include "input_file.h"
 #include "exit_codes.h"
 #include "field_value.h"
+#include "interrupt.h"
 #include "standard_streams.h"
 #include "text.h"
 
 namespace velmont::cli {
 
-io::Picture readInput(const std::filesystem::path &input, const io::DecodeOptions &options)
+namespace {
+
+io::Picture decodeStandardInput(const io::DecodeOptions &options)
 {
-    if (isStandardStream(input)) {
-        const std::vector<uint8_t> bytes = readStandardInput();
-        try {
-            return io::decode(bytes, options);
-        } catch (const io::Error &error) {
-            throw Failure(ExitCode::Input, concat(inputName(input), ": ", error.what()));
-        }
-    }
+    const std::vector<uint8_t> bytes = readStandardInput();
     try {
-        return io::readPicture(input, options);
+        return io::decode(bytes, options);
+    } catch (const io::Error &error) {
+        throw io::Error(concat(inputName("-"), ": ", error.what()));
+    }
+}
+
+} // namespace
+
+io::Picture readInput(const std::filesystem::path &input, io::DecodeOptions options)
+{
+    options.shouldStop = isInterrupted;
+    try {
+        return isStandardStream(input) ? decodeStandardInput(options) : io::readPicture(input, options);
     } catch (const io::Error &error) {
         throw Failure(ExitCode::Input, error.what());
+    } catch (const io::Stopped &) {
+        throwAborted();
     }
 }
 

@@ -44,10 +44,20 @@ int interruptRequested()
     return requested != 0 || (sharedFlag && *sharedFlag) ? 1 : 0;
 }
 
+bool isInterrupted()
+{
+    return interruptRequested() != 0;
+}
+
+void throwAborted()
+{
+    throw Failure(ExitCode::Aborted, "aborted");
+}
+
 void stopIfInterrupted()
 {
-    if (interruptRequested())
-        throw Failure(ExitCode::Aborted, "aborted");
+    if (isInterrupted())
+        throwAborted();
 }
 
 } // namespace velmont::cli

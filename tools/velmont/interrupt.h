@@ -19,6 +19,12 @@ void watchFlag(const std::atomic<bool> *flag);
 /// \return 1 or 0
 int interruptRequested();
 
+/// The same as a yes or no.
+bool isInterrupted();
+
+/// \throws Failure with ExitCode::Aborted
+[[noreturn]] void throwAborted();
+
 /// \throws Failure with ExitCode::Aborted when one of them came
 void stopIfInterrupted();
 

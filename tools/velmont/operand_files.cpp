@@ -1,5 +1,6 @@
 #include "operand_files.h"
 #include "exit_codes.h"
+#include "input_file.h"
 #include "text.h"
 #include <new>
 #include <utility>
@@ -76,12 +77,7 @@ io::DibHandle readOperand(const std::filesystem::path &file, OperandKind kind, v
                           const std::string &subject, const io::DecodeOptions &options)
 {
     requireFileName(file.string());
-    io::Picture picture;
-    try {
-        picture = io::readPicture(file, options);
-    } catch (const io::Error &error) {
-        throw Failure(ExitCode::Input, error.what());
-    }
+    io::Picture picture = readInput(file, options);
     const Size size = sizeOf(picture.dib.get()), wanted = sizeOf(dib);
     if (kind == OperandKind::AlphaMask && size != wanted)
         throw Failure(ExitCode::Input,

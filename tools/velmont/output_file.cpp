@@ -150,13 +150,15 @@ void writeOutput(io::Picture &picture, const fs::path &output, const OutputOptio
     std::vector<std::string> notices;
     try {
         const std::vector<uint8_t> bytes =
-            io::encode(picture, format, {options.quality, options.strip, &notices});
+            io::encode(picture, format, {options.quality, options.strip, &notices, isInterrupted});
         for (const std::string &notice : notices)
             note(output, options, notice);
         stopIfInterrupted();
         writeBytes(bytes, output, options);
     } catch (const io::Error &error) {
         throw Failure(ExitCode::Output, error.what());
+    } catch (const io::Stopped &) {
+        throwAborted();
     }
 }
 
