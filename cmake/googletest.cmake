@@ -8,11 +8,11 @@ else()
     include(GoogleTest)
 endif()
 
-# One test of CTest for each test of the program. Under an emulator and instrumented, where a program takes long to start,
-# one for all.
+# One test of CTest for all tests of the program: starting it takes longer than most of them. In a build for the debugger,
+# one for each.
 #     velmont_discover_tests(TARGET [TEST_FILTER FILTER] [PROPERTIES NAME VALUE...])
 function(velmont_discover_tests target)
-    if(NOT CMAKE_CROSSCOMPILING AND NOT VELMONT_SANITIZE)
+    if(CMAKE_BUILD_TYPE STREQUAL "Debug" AND NOT CMAKE_CROSSCOMPILING)
         gtest_discover_tests(${target} ${ARGN})
         return()
     endif()
