@@ -6,6 +6,7 @@
 #include "failure_of.h"
 #include "runner.h"
 #include "seed.h"
+#include <chrono>
 #include <ctime>
 #include <thread>
 
